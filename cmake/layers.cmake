@@ -1,0 +1,30 @@
+# One library a folder, so that a folder links only what its arrows allow.
+function(tobrel_layer name folder)
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/${folder}/*.cpp)
+  add_library(${name} STATIC ${sources})
+  target_include_directories(${name} PUBLIC ${CMAKE_SOURCE_DIR}/src)
+  set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+  target_link_libraries(${name} PUBLIC ${ARGN} Threads::Threads)
+endfunction()
+
+# The core: decides everything, knows no library but the JSON and URL parsers.
+file(GLOB core CONFIGURE_DEPENDS
+  ${CMAKE_SOURCE_DIR}/src/dispatch/*.cpp ${CMAKE_SOURCE_DIR}/src/state/*.cpp ${CMAKE_SOURCE_DIR}/src/api/*.cpp
+  ${CMAKE_SOURCE_DIR}/src/resolve/*.cpp ${CMAKE_SOURCE_DIR}/src/flows/*.cpp)
+tobrel_layer(tobrel_platform platform ${BOOST_URL})
+add_library(tobrel_core STATIC ${core})
+target_link_libraries(tobrel_core PUBLIC tobrel_platform ${BOOST_JSON})
+
+# The real parts: those that every command needs, and those that only the server's commands need.
+file(GLOB linux_parts CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/platform/linux/*.cpp)
+set(online_parts ${linux_parts})
+list(FILTER online_parts INCLUDE REGEX "/(http_|keychain_|text_)[^/]*$")
+list(REMOVE_ITEM linux_parts ${online_parts})
+add_library(tobrel_linux STATIC ${linux_parts})
+target_link_libraries(tobrel_linux PUBLIC tobrel_platform PkgConfig::SQLITE ${CMAKE_DL_LIBS})
+add_library(tobrel_linux_online STATIC ${online_parts})
+target_link_libraries(tobrel_linux_online PUBLIC tobrel_platform PkgConfig::CURL PkgConfig::SECRET PkgConfig::ICU
+  ${BOOST_JSON})
+
+tobrel_layer(tobrel_json_front_end frontends/json tobrel_platform ${BOOST_JSON})
+tobrel_layer(tobrel_terminal_front_end frontends/terminal tobrel_platform)

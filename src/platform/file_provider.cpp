@@ -1,0 +1,11 @@
+#include "platform/file_provider.h"
+
+#include "platform/path.h"
+
+namespace tobrel {
+
+std::string NSURL::lastPathComponent() const {
+    return std::string(tobrel::lastPathComponent(path));
+}
+
+}  // namespace tobrel
