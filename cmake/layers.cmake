@@ -18,7 +18,7 @@ target_link_libraries(tobrel_core PUBLIC tobrel_platform ${BOOST_JSON})
 # The real parts: those that every command needs, and those that only the server's commands need.
 file(GLOB linux_parts CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/platform/linux/*.cpp)
 set(online_parts ${linux_parts})
-list(FILTER online_parts INCLUDE REGEX "/(http_|keychain_|text_)[^/]*$")
+list(FILTER online_parts INCLUDE REGEX "/(http_|keychain_|text_|browser_)[^/]*$")
 list(REMOVE_ITEM linux_parts ${online_parts})
 add_library(tobrel_linux STATIC ${linux_parts})
 target_link_libraries(tobrel_linux PUBLIC tobrel_platform PkgConfig::SQLITE ${CMAKE_DL_LIBS})
@@ -28,3 +28,13 @@ target_link_libraries(tobrel_linux_online PUBLIC tobrel_platform PkgConfig::CURL
 
 tobrel_layer(tobrel_json_front_end frontends/json tobrel_platform ${BOOST_JSON})
 tobrel_layer(tobrel_terminal_front_end frontends/terminal tobrel_platform)
+
+# tobrel-admin: the folder's main beside its subcommands, so that tests can link the latter.
+file(GLOB admin CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/admin/*.cpp)
+list(REMOVE_ITEM admin ${CMAKE_SOURCE_DIR}/src/admin/main.cpp)
+if(admin)
+  add_library(tobrel_admin_commands STATIC ${admin})
+  target_link_libraries(tobrel_admin_commands PUBLIC tobrel_core tobrel_linux tobrel_linux_online)
+  add_executable(tobrel-admin ${CMAKE_SOURCE_DIR}/src/admin/main.cpp)
+  target_link_libraries(tobrel-admin PRIVATE tobrel_admin_commands)
+endif()

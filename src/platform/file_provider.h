@@ -36,8 +36,8 @@ public:
     virtual void getUserVisibleURLForItemIdentifier(
         const NSFileProviderItemIdentifier& item,
         std::function<void(std::optional<NSURL>, std::optional<NSError>)> completion) = 0;
-    virtual void signalEnumeratorForContainerItemIdentifier(
-        const NSFileProviderItemIdentifier& container, std::function<void(std::optional<NSError>)> completion) = 0;
+    virtual void signalEnumeratorForContainerItemIdentifier(const NSFileProviderItemIdentifier& container,
+                                                            std::function<void(std::optional<NSError>)> completion) = 0;
 };
 
 // The class-level operations. Completions as above, but for managerForDomain, which answers directly.

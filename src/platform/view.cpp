@@ -120,9 +120,9 @@ void NSPopUpButton::selectItemAtIndex(int index) {
 }
 
 NSStackView::NSStackView(NSUserInterfaceLayoutOrientation orientation)
-    : orientation_(orientation), alignment_(orientation == NSUserInterfaceLayoutOrientation::horizontal
-                                                ? NSLayoutAttribute::centerY
-                                                : NSLayoutAttribute::none) {}
+    : orientation_(orientation),
+      alignment_(orientation == NSUserInterfaceLayoutOrientation::horizontal ? NSLayoutAttribute::centerY
+                                                                             : NSLayoutAttribute::none) {}
 
 std::shared_ptr<NSStackView> NSStackView::stackWithViews(NSUserInterfaceLayoutOrientation orientation,
                                                          std::vector<std::shared_ptr<NSView>> views) {

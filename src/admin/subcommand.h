@@ -1,0 +1,31 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tobrel::admin {
+
+// One call of tobrel-admin, its options already read.
+struct Invocation {
+    // The folder that takes the place of the user's home, made absolute.
+    std::optional<std::string> home;
+    bool json = false;
+    std::string account;
+    // What stands behind the subcommand's name.
+    std::vector<std::string> words;
+};
+
+// Each returns the exit status: 0 done, 1 could not (one line on standard error, nothing changed), 2 wrong usage.
+int runDomain(const Invocation& invocation);
+int runItem(const Invocation& invocation);
+int runPins(const Invocation& invocation);
+int runServer(const Invocation& invocation);
+int runKey(const Invocation& invocation);
+int runDoctor(const Invocation& invocation);
+
+// Prints the sentence as one line on standard error and returns 1, or 2 for wrong usage.
+int failed(const std::string& sentence);
+int misused(const std::string& sentence);
+
+}  // namespace tobrel::admin
