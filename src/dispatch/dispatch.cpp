@@ -64,8 +64,8 @@ void TobrelActionViewController::requestPins(const ItemIdentifiers& itemIdentifi
     done->setHidden(true);
     autoDismiss = true;
     platform::current().fileProvider.getDomainsWithCompletionHandler(
-        [domainIdentifier = extensionContext().domainIdentifier()](
-            const std::vector<NSFileProviderDomain>& domains, const std::optional<NSError>&) {
+        [domainIdentifier = extensionContext().domainIdentifier()](const std::vector<NSFileProviderDomain>& domains,
+                                                                   const std::optional<NSError>&) {
             signalWorkingSet(domainIdentifier, domains);
         });
     extensionContext().completeRequest();

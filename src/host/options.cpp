@@ -50,8 +50,9 @@ struct Command {
 };
 
 constexpr Command commands[] = {
-    {"keep", ActionID::keep},           {"unkeep", ActionID::unkeep}, {"share", ActionID::share},
-    {"share-with", ActionID::shareWith}, {"manage", ActionID::manage}, {"online", ActionID::online},
+    {"keep", ActionID::keep},     {"unkeep", ActionID::unkeep},
+    {"share", ActionID::share},   {"share-with", ActionID::shareWith},
+    {"manage", ActionID::manage}, {"online", ActionID::online},
 };
 
 constexpr const char* optionWords[] = {"--items-from", "--null", "--domain",  "--front-end",
@@ -68,10 +69,14 @@ public:
 
     std::variant<Options, Information, UsageError> parse() {
         static constexpr option longOptions[] = {
-            {"items-from", required_argument, nullptr, 'i'}, {"null", no_argument, nullptr, '0'},
-            {"domain", required_argument, nullptr, 'd'},     {"front-end", required_argument, nullptr, 'f'},
-            {"home", required_argument, nullptr, 'h'},       {"log", required_argument, nullptr, 'l'},
-            {"help", no_argument, nullptr, 'H'},             {"version", no_argument, nullptr, 'V'},
+            {"items-from", required_argument, nullptr, 'i'},
+            {"null", no_argument, nullptr, '0'},
+            {"domain", required_argument, nullptr, 'd'},
+            {"front-end", required_argument, nullptr, 'f'},
+            {"home", required_argument, nullptr, 'h'},
+            {"log", required_argument, nullptr, 'l'},
+            {"help", no_argument, nullptr, 'H'},
+            {"version", no_argument, nullptr, 'V'},
             {nullptr, 0, nullptr, 0},
         };
         // "-": words come in their order, as letter 1; ":": getopt prints nothing itself.
@@ -133,11 +138,10 @@ private:
             case 'h':
                 return readHome(optarg);
             case 'f':
-                return choose("--front-end", optarg,
-                              {{"gtk", FrontEndKind::gtk},
-                               {"terminal", FrontEndKind::terminal},
-                               {"json", FrontEndKind::json}},
-                              options_.frontEnd);
+                return choose(
+                    "--front-end", optarg,
+                    {{"gtk", FrontEndKind::gtk}, {"terminal", FrontEndKind::terminal}, {"json", FrontEndKind::json}},
+                    options_.frontEnd);
             case 'l':
                 return choose("--log", optarg,
                               {{"stderr", LogDestination::standardError},
