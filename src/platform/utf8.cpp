@@ -33,4 +33,19 @@ bool isUtf8(std::string_view text) {
     return true;
 }
 
+std::string wellFormedUtf8(std::string_view bytes) {
+    std::string text;
+    text.reserve(bytes.size());
+    while (!bytes.empty()) {
+        CodePoint first = firstCodePoint(bytes);
+        if (first.value) {
+            text += bytes.substr(0, first.length);
+        } else {
+            for (std::size_t byte = 0; byte < first.length; ++byte) text += "\xEF\xBF\xBD";
+        }
+        bytes.remove_prefix(first.length);
+    }
+    return text;
+}
+
 }  // namespace tobrel

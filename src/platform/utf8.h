@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace tobrel {
@@ -17,5 +18,8 @@ struct CodePoint {
 CodePoint firstCodePoint(std::string_view text);
 
 bool isUtf8(std::string_view text);
+
+// The text with U+FFFD in the place of every byte that is not part of well-formed UTF-8.
+std::string wellFormedUtf8(std::string_view bytes);
 
 }  // namespace tobrel
