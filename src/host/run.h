@@ -16,7 +16,8 @@ namespace tobrel::host {
 
 enum ExitStatus { completed = 0, cancelled = 1, wrongUsage = 2, itemNotMapped = 3, frontEndCannotRun = 4 };
 
-// The real parts that only the commands that talk to the server need: their libraries cost more to load than all else.
+// The parts that only the commands that ask the server need. Loading their libraries takes longer than all of `keep`,
+// so they stand in a program of their own.
 class OnlineParts {
 public:
     virtual ~OnlineParts() = default;
@@ -26,14 +27,21 @@ public:
     virtual NSWorkspace& browser() = 0;
 };
 
-using MakeOnlineParts = std::unique_ptr<OnlineParts> (*)(UserDatabase& users, const Options& options);
+using MakeOnlineParts = std::unique_ptr<OnlineParts> (*)(const Options& options, UserDatabase& users);
 
+// Makes the process fit for its work: signals, locale, standard descriptors that are really open.
+void prepareProcess();
+
+// Reads the command line; where it asks for information or is wrong, says so and ends the process.
+Options readCommandLine(int count, char* const words[]);
+
+// Whether the command may ask the server, and so needs the online parts.
 bool asksServer(const Options& options);
 
-// Runs one request. What it has to say goes to the front end or, in one line, to standard error.
-ExitStatus run(const Options& options, MakeOnlineParts makeOnlineParts);
+// Prints one line on standard error.
+void say(const std::string& sentence);
 
-// Reads the command line; prints what it asks for, or what is wrong with it, and ends the process in those cases.
-Options readCommandLine(int count, char* const words[]);
+// Runs one request to its end. Without makeOnlineParts the command must be one that asks no server.
+ExitStatus run(const Options& options, MakeOnlineParts makeOnlineParts);
 
 }  // namespace tobrel::host
