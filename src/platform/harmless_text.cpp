@@ -38,4 +38,8 @@ std::string harmless(std::string_view text) {
     return result;
 }
 
+std::string quoted(std::string_view text) {
+    return "“" + harmless(text) + "”";
+}
+
 }  // namespace tobrel

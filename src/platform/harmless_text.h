@@ -10,4 +10,7 @@ namespace tobrel {
 // UTF-8; whoever wants lines splits before. Any thread.
 std::string harmless(std::string_view text);
 
+// The same between curly quotation marks.
+std::string quoted(std::string_view text);
+
 }  // namespace tobrel

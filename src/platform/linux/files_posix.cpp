@@ -76,7 +76,9 @@ public:
 
     bool commit() override {
         struct stat old;
-        if (::stat(path_.c_str(), &old) == 0 && S_ISREG(old.st_mode)) ::fchmod(file_.number(), old.st_mode & 07777);
+        // Its owner must be able to read it next time, or what it holds then would count as nothing.
+        if (::stat(path_.c_str(), &old) == 0 && S_ISREG(old.st_mode))
+            ::fchmod(file_.number(), (old.st_mode & 0777) | 0600);
         if (::fsync(file_.number()) != 0 || ::rename(temporary_.c_str(), path_.c_str()) != 0) return false;
         temporary_.clear();
         if (FileDescriptor folder = openFolder(folderOf(path_))) ::fsync(folder.number());
