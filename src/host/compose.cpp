@@ -110,6 +110,7 @@ public:
 private:
     PosixUserDatabase users_;
     PosixFiles files_;
+    PollMainLoop loop_;
     NoBrowser noBrowser_;
     const std::unique_ptr<OnlineParts> online_;
     const std::unique_ptr<FrontEnd> frontEnd_;
@@ -121,8 +122,6 @@ private:
     std::unique_ptr<SqliteFileProvider> fileProvider_;
     std::optional<platform::Platform> platform_;
     std::optional<platform::Online> onlinePlatform_;
-    // Destroyed first: its blocks hold the controller.
-    PollMainLoop loop_;
 };
 
 }  // namespace
