@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <stdlib.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,8 +10,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#include "support/temporary_folder.h"
 
 namespace tobrel {
 namespace {
@@ -91,33 +88,6 @@ TEST_F(PollMainLoopTest, RunsTheBlocksOfEachThreadInOrderAndWakesForThem) {
         EXPECT_EQ(numbers.size(), std::size_t{each});
         EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end()));
     }
-}
-
-TEST_F(PollMainLoopTest, ReadsDescriptorsOfEveryKindIncludingClosedOnes) {
-    testing::TemporaryFolder folder;
-    testing::writeFile(folder.path() / "file", "x");
-    int file = open(folder.file("file").c_str(), O_RDONLY | O_CLOEXEC);
-    int null = open("/dev/null", O_RDONLY | O_CLOEXEC);
-    int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-    ASSERT_EQ(grantpt(terminal) | unlockpt(terminal), 0);
-    int slave = open(ptsname(terminal), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    int closed = dup(slave);
-    close(closed);
-    EXPECT_EQ(write(terminal, "x\n", 2), 2);
-    makeReadable();
-    std::size_t waitingFor = 0;
-    for (int descriptor : {file, null, slave, pipe_[0], closed}) {
-        ++waitingFor;
-        loop_.watchInput(descriptor, [&, descriptor] {
-            loop_.unwatchInput(descriptor);
-            if (--waitingFor == 0) loop_.stop();
-        });
-    }
-
-    loop_.run();
-
-    EXPECT_EQ(waitingFor, 0u);
-    for (int descriptor : {file, null, terminal, slave}) close(descriptor);
 }
 
 TEST_F(PollMainLoopTest, HandlersMayUnwatchReplaceAndDestroyOneAnother) {
