@@ -21,10 +21,10 @@ set(online_parts ${linux_parts})
 list(FILTER online_parts INCLUDE REGEX "/(http_|keychain_|text_|browser_)[^/]*$")
 list(REMOVE_ITEM linux_parts ${online_parts})
 add_library(tobrel_linux STATIC ${linux_parts})
-target_link_libraries(tobrel_linux PUBLIC tobrel_platform PkgConfig::SQLITE ${CMAKE_DL_LIBS})
+target_link_libraries(tobrel_linux PUBLIC tobrel_platform ${SQLITE} m ${CMAKE_DL_LIBS})
 add_library(tobrel_linux_online STATIC ${online_parts})
-target_link_libraries(tobrel_linux_online PUBLIC tobrel_platform PkgConfig::CURL PkgConfig::SECRET PkgConfig::ICU
-  ${BOOST_JSON})
+target_link_libraries(tobrel_linux_online PUBLIC tobrel_platform PkgConfig::CURL PkgConfig::SECRET PkgConfig::GCRYPT
+  PkgConfig::ICU ${BOOST_JSON})
 
 tobrel_layer(tobrel_json_front_end frontends/json tobrel_platform ${BOOST_JSON})
 tobrel_layer(tobrel_terminal_front_end frontends/terminal tobrel_platform)
@@ -38,3 +38,19 @@ if(admin)
   add_executable(tobrel-admin ${CMAKE_SOURCE_DIR}/src/admin/main.cpp)
   target_link_libraries(tobrel-admin PRIVATE tobrel_admin_commands)
 endif()
+
+# tobrel-action, in two programs: one for what needs no server, which starts fast because it loads nothing but the C
+# library, and one with the online parts, which takes over where the command asks the server.
+file(GLOB host CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/host/*.cpp)
+list(FILTER host EXCLUDE REGEX "main\\.cpp$|/online_parts\\.cpp$")
+add_library(tobrel_host STATIC ${host})
+target_link_libraries(tobrel_host PUBLIC tobrel_core tobrel_linux tobrel_json_front_end tobrel_terminal_front_end)
+add_executable(tobrel-action ${CMAKE_SOURCE_DIR}/src/host/main.cpp)
+target_link_libraries(tobrel-action PRIVATE tobrel_host)
+if(NOT TOBREL_SANITIZE)
+  target_link_options(tobrel-action PRIVATE -static-libstdc++ -static-libgcc)
+endif()
+add_executable(tobrel-action-online ${CMAKE_SOURCE_DIR}/src/host/online_main.cpp
+  ${CMAKE_SOURCE_DIR}/src/host/online_parts.cpp)
+target_link_libraries(tobrel-action-online PRIVATE tobrel_host tobrel_linux_online)
+set_target_properties(tobrel-action-online PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/libexec/tobrel)

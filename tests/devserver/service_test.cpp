@@ -62,8 +62,7 @@ protected:
     std::vector<std::string> findLinks(const json::object& body) {
         std::vector<std::string> urls;
         auto answer = ask(ann, "POST", "/shares/find", body);
-        for (auto& link : answer.body["shares"].as_array())
-            urls.push_back(text(link.at("url")));
+        for (auto& link : answer.body["shares"].as_array()) urls.push_back(text(link.at("url")));
         return urls;
     }
 

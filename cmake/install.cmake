@@ -1,0 +1,8 @@
+include(GNUInstallDirs)
+install(TARGETS tobrel-action tobrel-admin tobrel-devserver RUNTIME DESTINATION bin)
+install(TARGETS tobrel-action-online RUNTIME DESTINATION libexec/tobrel)
+file(GLOB manual_pages ${CMAKE_SOURCE_DIR}/packaging/man/*.1)
+install(FILES ${manual_pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+file(GLOB completions ${CMAKE_SOURCE_DIR}/packaging/completions/*)
+install(FILES ${completions} DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+include(CPack)

@@ -1,0 +1,30 @@
+#include "api/answer.h"
+
+#include "api/json.h"
+#include "platform/http.h"
+
+namespace tobrel {
+
+namespace {
+
+ApiResult failure(std::string message) {
+    return {nullptr, std::move(message)};
+}
+
+}  // namespace
+
+Reading readAnswer(const URLSessionAnswer& answer) {
+    if (answer.error)
+        return {Outcome::unreachable, failure("Could not reach Tobrel: " + answer.error->localizedDescription())};
+
+    int status = answer.statusCode.value_or(0);
+    auto json = answer.data ? json::parseObject(*answer.data) : nullptr;
+    if (status != 200) {
+        auto message = json ? json::string(*json, "error") : std::nullopt;
+        return {Outcome::refused, failure(message.value_or("Tobrel answered HTTP " + std::to_string(status))), status};
+    }
+    if (!json) return {Outcome::unreadable, failure("Tobrel sent an unreadable answer"), status};
+    return {Outcome::success, {std::move(json), std::nullopt}, status};
+}
+
+}  // namespace tobrel

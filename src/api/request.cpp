@@ -1,0 +1,54 @@
+#include <algorithm>
+#include <boost/json/object.hpp>
+#include <boost/json/serialize.hpp>
+#include <utility>
+
+#include "api/api.h"
+#include "api/client_header.h"
+#include "api/json.h"
+#include "dispatch/uilog.h"
+#include "platform/http.h"
+#include "platform/platform.h"
+#include "platform/text.h"
+#include "platform/url.h"
+#include "state/config.h"
+
+namespace tobrel::API {
+
+namespace {
+
+std::size_t lengthInCharacters(std::string_view text) {
+    bool printableAscii = std::all_of(text.begin(), text.end(), [](char each) { return each >= ' ' && each <= '~'; });
+    return printableAscii ? text.size() : platform::online().text.characters(text).size();
+}
+
+// Nothing where a text in the body is not UTF-8: what would not read back is not sent.
+std::optional<std::string> serialized(const boost::json::object& body) {
+    std::string text = boost::json::serialize(body);
+    if (!json::parseObject(text)) return std::nullopt;
+    return text;
+}
+
+}  // namespace
+
+std::optional<URLRequest> request(std::string_view path, std::string_view method, const boost::json::object* body) {
+    std::string server = Config::server();
+    if (server.empty()) return std::nullopt;
+    auto url = URL::parse(server.append(path));
+    if (!url) return std::nullopt;
+
+    std::string apiKey = Config::apiKey();
+    os_log(uilog(), OSLogType::error, "%{public}@ %{public}@ (key %d chars)", method, url->absoluteString(),
+           lengthInCharacters(apiKey));
+
+    URLRequest request{.url = url->absoluteString(), .httpMethod = std::string(method), .timeoutInterval = 30};
+    request.setValue(std::move(apiKey), "X-API-Key");
+    request.setValue(tobrelClientHeader(), "X-Tobrel-Client");
+    if (body) {
+        request.setValue("application/json", "Content-Type");
+        request.httpBody = serialized(*body);
+    }
+    return request;
+}
+
+}  // namespace tobrel::API

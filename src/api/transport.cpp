@@ -1,0 +1,40 @@
+#include <utility>
+
+#include "api/answer.h"
+#include "api/api.h"
+#include "dispatch/uilog.h"
+#include "platform/http.h"
+#include "platform/platform.h"
+
+namespace tobrel::API {
+
+namespace {
+
+void log(const Reading& reading, const URLSessionAnswer& answer, const std::string& label) {
+    switch (reading.outcome) {
+        case Outcome::success:
+            return;
+        case Outcome::unreachable:
+            return os_log(uilog(), OSLogType::error, "%{public}@ failed: %{public}@", label,
+                          answer.error->localizedDescription());
+        case Outcome::refused:
+            return os_log(uilog(), OSLogType::error, "%{public}@ -> HTTP %d", label, reading.status);
+        case Outcome::unreadable:
+            return os_log(uilog(), OSLogType::error, "%{public}@ -> unreadable response", label);
+    }
+}
+
+}  // namespace
+
+void send(URLRequest request, std::function<void(ApiResult)> completion) {
+    std::string label = request.url.empty() ? "?" : request.url;
+    platform::online().urlSession.dataTask(
+        std::move(request),
+        [label = std::move(label), completion = std::move(completion)](const URLSessionAnswer& answer) {
+            Reading reading = readAnswer(answer);
+            log(reading, answer, label);
+            completion(std::move(reading.result));
+        });
+}
+
+}  // namespace tobrel::API

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/url.h"
+
+namespace tobrel {
+
+class TextServices;
+
+// The folder that holds the item at a path; the empty path where there is none.
+std::string_view parentPath(std::string_view path);
+
+// The web interface's address of a page path, which stands in the fragment; nothing without a server, or where the
+// text does not parse.
+std::optional<URL> webAddress(const std::string& server, std::string_view pagePath, TextServices& text);
+
+}  // namespace tobrel

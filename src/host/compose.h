@@ -1,0 +1,38 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+
+#include "host/request.h"
+#include "host/run.h"
+
+namespace tobrel::host {
+
+// Where the command line's words lead.
+struct Selection {
+    std::vector<NSFileProviderItemIdentifier> items;
+    // Of the first word that is a path.
+    std::optional<std::string> domainIdentifier;
+    // The first word that leads nowhere, as a sentence that names it.
+    std::optional<std::string> unmapped;
+};
+
+// One process's real parts, wired, and installed as the platform for its life.
+class Composition {
+public:
+    virtual ~Composition() = default;
+    virtual MainLoop& loop() = 0;
+    virtual FrontEnd& frontEnd() = 0;
+    virtual Selection select(const std::vector<std::string>& words) = 0;
+    // Returns when a working-set signal that has been asked for is done.
+    virtual void finishSignals() = 0;
+};
+
+// The composition, or why there can be none here, in a sentence. Items come from standard input only where the front
+// end does not read it.
+std::variant<std::unique_ptr<Composition>, std::string> compose(const Options& options,
+                                                                MakeOnlineParts makeOnlineParts);
+
+}  // namespace tobrel::host

@@ -1,0 +1,36 @@
+#include "host/online_parts.h"
+
+#include "platform/linux/browser_gio.h"
+#include "platform/linux/http_curl.h"
+#include "platform/linux/keychain_linux.h"
+#include "platform/linux/text_icu.h"
+
+namespace tobrel::host {
+
+namespace {
+
+class LinuxOnlineParts : public OnlineParts {
+public:
+    LinuxOnlineParts(const Options& options, UserDatabase& users)
+        : keychain_(makeKeychain(users, options.home.has_value())) {}
+
+    URLSession& urlSession() override { return urlSession_; }
+    Keychain& keychain() override { return *keychain_; }
+    TextServices& text() override { return text_; }
+    NSWorkspace& browser() override { return browser_; }
+
+private:
+    const std::unique_ptr<Keychain> keychain_;
+    IcuTextServices text_;
+    GioWorkspace browser_;
+    // Destroyed first: its completions use the others.
+    CurlURLSession urlSession_;
+};
+
+}  // namespace
+
+std::unique_ptr<OnlineParts> makeOnlineParts(const Options& options, UserDatabase& users) {
+    return std::make_unique<LinuxOnlineParts>(options, users);
+}
+
+}  // namespace tobrel::host

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace tobrel::host {
+
+enum class FrontEndKind { automatic, gtk, terminal, json };
+enum class LogDestination { automatic, standardError, journal, none };
+
+struct Options {
+    std::string actionIdentifier;
+    // As given: paths, file URIs and id:IDENTIFIER words, still without those of itemsFrom.
+    std::vector<std::string> items;
+    std::optional<std::string> itemsFrom;
+    bool itemsEndWithNul = false;
+    std::optional<std::string> domain;
+    // Absolute.
+    std::optional<std::string> home;
+    FrontEndKind frontEnd = FrontEndKind::automatic;
+    LogDestination log = LogDestination::automatic;
+};
+
+// --help or --version: what to print on standard output.
+struct Information {
+    std::string text;
+};
+
+struct UsageError {
+    std::string sentence;
+};
+
+std::variant<Options, Information, UsageError> parseOptions(int count, char* const words[]);
+
+// The items of `content`, as --items-from reads them.
+std::vector<std::string> itemsOf(std::string_view content, bool endWithNul);
+
+}  // namespace tobrel::host

@@ -1,0 +1,58 @@
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <clocale>
+#include <csignal>
+#include <cstdlib>
+
+#include "dispatch/action_id.h"
+#include "host/end_signals.h"
+#include "host/run.h"
+#include "platform/harmless_text.h"
+
+namespace tobrel::host {
+
+namespace {
+
+void writeAll(int descriptor, std::string_view text) {
+    while (!text.empty()) {
+        ssize_t written = write(descriptor, text.data(), text.size());
+        if (written <= 0) return;
+        text.remove_prefix(static_cast<std::size_t>(written));
+    }
+}
+
+}  // namespace
+
+void prepareProcess() {
+    // A file opened later must not become standard output where the caller closed that.
+    for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor)
+        if (fcntl(descriptor, F_GETFD) == -1) open("/dev/null", descriptor == STDIN_FILENO ? O_RDONLY : O_WRONLY);
+    signal(SIGPIPE, SIG_IGN);
+    setlocale(LC_ALL, "");
+}
+
+Options readCommandLine(int count, char* const words[]) {
+    auto parsed = parseOptions(count, words);
+    if (auto* information = std::get_if<Information>(&parsed)) {
+        writeAll(STDOUT_FILENO, information->text);
+        std::exit(completed);
+    }
+    if (auto* error = std::get_if<UsageError>(&parsed)) {
+        say(error->sentence);
+        std::exit(wrongUsage);
+    }
+    return std::get<Options>(std::move(parsed));
+}
+
+bool asksServer(const Options& options) {
+    for (const char* identifier : {ActionID::share, ActionID::shareWith, ActionID::manage, ActionID::online})
+        if (options.actionIdentifier == identifier) return true;
+    return false;
+}
+
+void say(const std::string& sentence) {
+    writeAll(STDERR_FILENO, "tobrel-action: " + harmless(sentence) + "\n");
+}
+
+}  // namespace tobrel::host

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <chrono>
+#include <memory>
+
+#include "platform/keychain.h"
+
+namespace tobrel {
+
+// The session's Secret Service. Nothing is connected before the first call. A locked keyring is asked to be unlocked
+// once in this object's life; until it is, what lies in it is errSecInteractionNotAllowed.
+class KeychainSecretService : public Keychain {
+public:
+    struct Bounds {
+        // One call, but for the user's answer.
+        std::chrono::milliseconds call{3000};
+        // How long the one question to unlock is waited for; it stays on the screen afterwards.
+        std::chrono::milliseconds unlock{5000};
+        // How long a service that is missing or does not answer is not asked again: errSecNotAvailable at once.
+        std::chrono::milliseconds retreat{10000};
+    };
+
+    KeychainSecretService();
+    explicit KeychainSecretService(Bounds bounds);
+    ~KeychainSecretService() override;
+
+    SecItemCopyResult SecItemCopyMatching(const SecAttributes& query) override;
+    OSStatus SecItemAdd(const SecAttributes& attributes) override;
+    OSStatus SecItemDelete(const SecAttributes& query) override;
+
+private:
+    class Connection;
+    const std::unique_ptr<Connection> connection_;
+};
+
+}  // namespace tobrel

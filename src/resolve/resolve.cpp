@@ -1,0 +1,87 @@
+#include <mutex>
+
+#include "dispatch/action_view_controller.h"
+#include "dispatch/uilog.h"
+#include "platform/main_queue.h"
+#include "platform/platform.h"
+
+namespace tobrel {
+
+namespace {
+
+using Completion = TobrelActionViewController::Resolved;
+
+// What one call shares between the callbacks of its items.
+struct Resolution {
+    std::shared_ptr<NSFileProviderManager> manager;
+    DispatchGroup group;
+    std::mutex lock;
+    TobrelActionViewController::ItemIdentifiers resolved;
+};
+
+std::string describe(const std::optional<NSError>& error) {
+    return error ? error->localizedDescription() : "?";
+}
+
+std::shared_ptr<NSFileProviderManager> managerOf(const std::optional<std::string>& domainIdentifier,
+                                                 const std::vector<NSFileProviderDomain>& domains) {
+    for (const auto& domain : domains)
+        if (domain.identifier == domainIdentifier) return platform::current().fileProvider.managerForDomain(domain);
+    return nullptr;
+}
+
+void confirmIdentifier(const std::shared_ptr<Resolution>& resolution, const NSURL& url) {
+    auto& fileProvider = platform::current().fileProvider;
+    bool granted = fileProvider.startAccessingSecurityScopedResource(url);
+    fileProvider.getIdentifierForUserVisibleFileAtURL(
+        url, [resolution, url, granted](const std::optional<NSFileProviderItemIdentifier>& item,
+                                        const std::optional<std::string>&, const std::optional<NSError>& error) {
+            if (granted) platform::current().fileProvider.stopAccessingSecurityScopedResource(url);
+            if (item) {
+                std::lock_guard guard(resolution->lock);
+                resolution->resolved.push_back(*item);
+            } else {
+                os_log(uilog(), OSLogType::error, "no identifier for %{public}@: %{public}@", url.lastPathComponent(),
+                       describe(error));
+            }
+            resolution->group.leave();
+        });
+}
+
+void resolveItems(std::shared_ptr<NSFileProviderManager> manager,
+                  const TobrelActionViewController::ItemIdentifiers& selection, Completion completion) {
+    auto resolution = std::make_shared<Resolution>();
+    resolution->manager = std::move(manager);
+    for (const auto& item : selection) {
+        resolution->group.enter();
+        resolution->manager->getUserVisibleURLForItemIdentifier(
+            item, [resolution, item](const std::optional<NSURL>& url, const std::optional<NSError>& error) {
+                if (url) {
+                    confirmIdentifier(resolution, *url);
+                    return;
+                }
+                os_log(uilog(), OSLogType::error, "no url for %{public}@: %{public}@", item, describe(error));
+                resolution->group.leave();
+            });
+    }
+    resolution->group.notify(platform::current().mainQueue, [resolution, completion = std::move(completion)] {
+        completion(std::move(resolution->resolved), resolution->manager);
+    });
+}
+
+}  // namespace
+
+void TobrelActionViewController::resolve(const ItemIdentifiers& selection, Resolved completion) {
+    platform::current().fileProvider.getDomainsWithCompletionHandler(
+        [domainIdentifier = extensionContext().domainIdentifier(), selection, completion = std::move(completion)](
+            const std::vector<NSFileProviderDomain>& domains, const std::optional<NSError>&) mutable {
+            if (auto manager = managerOf(domainIdentifier, domains)) {
+                resolveItems(std::move(manager), selection, std::move(completion));
+                return;
+            }
+            os_log(uilog(), OSLogType::error, "no manager for domain %{public}@", domainIdentifier.value_or("?"));
+            completion({}, nullptr);
+        });
+}
+
+}  // namespace tobrel

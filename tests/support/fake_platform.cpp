@@ -1,0 +1,377 @@
+#include "support/fake_platform.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <thread>
+#include <utility>
+
+namespace tobrel::testing {
+
+void onOtherThreads(const std::vector<std::function<void()>>& blocks) {
+    std::vector<std::jthread> threads;
+    for (auto& block : blocks) threads.emplace_back(block);
+}
+
+void ManualMainQueue::async(std::function<void()> block) {
+    std::lock_guard lock(mutex_);
+    blocks_.push_back(std::move(block));
+}
+
+bool ManualMainQueue::runOne() {
+    std::function<void()> block;
+    {
+        std::lock_guard lock(mutex_);
+        if (blocks_.empty()) return false;
+        block = std::move(blocks_.front());
+        blocks_.pop_front();
+    }
+    block();
+    return true;
+}
+
+void ManualMainQueue::run() {
+    while (runOne()) continue;
+}
+
+void FakeURLSession::dataTask(URLRequest request, std::function<void(URLSessionAnswer)> completion) {
+    std::lock_guard lock(mutex_);
+    requests_.push_back(std::move(request));
+    completions_.push_back(std::move(completion));
+}
+
+std::vector<URLRequest> FakeURLSession::requests() const {
+    std::lock_guard lock(mutex_);
+    return requests_;
+}
+
+std::vector<std::string> FakeURLSession::lines() const {
+    std::vector<std::string> lines;
+    for (auto& request : requests())
+        lines.push_back(request.httpMethod + " " + request.url + (request.httpBody ? " " + *request.httpBody : ""));
+    return lines;
+}
+
+std::function<void()> FakeURLSession::taken(std::size_t request, URLSessionAnswer answer) {
+    std::lock_guard lock(mutex_);
+    auto completion = std::exchange(completions_.at(request), nullptr);
+    if (!completion) throw std::logic_error("request answered twice: " + requests_[request].url);
+    return [completion = std::move(completion), answer = std::move(answer)] { completion(answer); };
+}
+
+void FakeURLSession::answer(std::size_t request, URLSessionAnswer answer) {
+    onOtherThreads({taken(request, std::move(answer))});
+}
+
+void FakeURLSession::answerAtOnce(const std::map<std::size_t, URLSessionAnswer>& answers) {
+    std::vector<std::function<void()>> blocks;
+    for (auto& [request, answer] : answers) blocks.push_back(taken(request, answer));
+    onOtherThreads(blocks);
+}
+
+URLSessionAnswer answered(int status, std::string body) {
+    return {std::move(body), status, std::nullopt};
+}
+
+URLSessionAnswer unreachable(std::string sentence) {
+    return {std::nullopt, std::nullopt, NSError{"NSURLErrorDomain", -1004, std::move(sentence)}};
+}
+
+class FakeFileProvider::Manager : public NSFileProviderManager {
+public:
+    Manager(FakeFileProvider& provider, std::string domain) : provider_(provider), domain_(std::move(domain)) {}
+
+    void getUserVisibleURLForItemIdentifier(
+        const NSFileProviderItemIdentifier& item,
+        std::function<void(std::optional<NSURL>, std::optional<NSError>)> completion) override {
+        provider_.hold("url for " + item, [&provider = provider_, item, completion = std::move(completion)] {
+            auto found = provider.paths.find(item);
+            if (found == provider.paths.end()) return completion(std::nullopt, provider.error);
+            completion(NSURL{found->second}, std::nullopt);
+        });
+    }
+
+    void signalEnumeratorForContainerItemIdentifier(const NSFileProviderItemIdentifier& container,
+                                                    std::function<void(std::optional<NSError>)> completion) override {
+        provider_.hold("signal " + container + " in " + domain_,
+                       [completion = std::move(completion)] { completion(std::nullopt); });
+    }
+
+private:
+    FakeFileProvider& provider_;
+    const std::string domain_;
+};
+
+void FakeFileProvider::add(const std::string& item, const std::string& path) {
+    paths[item] = path;
+    identifiers[path] = item;
+}
+
+std::vector<std::string> FakeFileProvider::calls() const {
+    std::lock_guard lock(mutex_);
+    return calls_;
+}
+
+void FakeFileProvider::release(const std::string& question) {
+    Held held;
+    {
+        std::lock_guard lock(mutex_);
+        auto found = std::find_if(held_.begin(), held_.end(), [&](auto& each) { return each.question == question; });
+        if (found == held_.end()) throw std::logic_error("nothing held under: " + question);
+        held = std::move(*found);
+        held_.erase(found);
+    }
+    onOtherThreads({held.answer});
+}
+
+void FakeFileProvider::releaseAll() {
+    while (true) {
+        std::vector<std::function<void()>> answers;
+        {
+            std::lock_guard lock(mutex_);
+            for (auto& held : std::exchange(held_, {})) answers.push_back(std::move(held.answer));
+        }
+        if (answers.empty()) return;
+        onOtherThreads(answers);
+    }
+}
+
+void FakeFileProvider::getDomainsWithCompletionHandler(
+    std::function<void(std::vector<NSFileProviderDomain>, std::optional<NSError>)> completion) {
+    hold("domains",
+         [this, completion = std::move(completion)] { completion(domains, domains.empty() ? error : std::nullopt); });
+}
+
+std::shared_ptr<NSFileProviderManager> FakeFileProvider::managerForDomain(const NSFileProviderDomain& domain) {
+    if (domainsWithoutManager.contains(domain.identifier)) return nullptr;
+    return std::make_shared<Manager>(*this, domain.identifier);
+}
+
+void FakeFileProvider::getIdentifierForUserVisibleFileAtURL(
+    const NSURL& url,
+    std::function<void(std::optional<NSFileProviderItemIdentifier>, std::optional<std::string>, std::optional<NSError>)>
+        completion) {
+    hold("identifier for " + url.path, [this, path = url.path, completion = std::move(completion)] {
+        auto found = identifiers.find(path);
+        if (found == identifiers.end()) return completion(std::nullopt, std::nullopt, error);
+        completion(found->second, domains.front().identifier, std::nullopt);
+    });
+}
+
+bool FakeFileProvider::startAccessingSecurityScopedResource(const NSURL& url) {
+    record("start " + url.path);
+    return !inaccessiblePaths.contains(url.path);
+}
+
+void FakeFileProvider::stopAccessingSecurityScopedResource(const NSURL& url) {
+    record("stop " + url.path);
+}
+
+void FakeFileProvider::record(const std::string& call) {
+    std::lock_guard lock(mutex_);
+    calls_.push_back(call);
+}
+
+void FakeFileProvider::hold(const std::string& question, std::function<void()> answer) {
+    std::lock_guard lock(mutex_);
+    calls_.push_back(question);
+    held_.push_back({question, std::move(answer)});
+}
+
+namespace {
+
+class MemoryReader : public FileReader {
+public:
+    explicit MemoryReader(std::string content) : content_(std::move(content)) {}
+    std::optional<std::size_t> read(std::span<char> buffer) override {
+        std::size_t count = content_.copy(buffer.data(), buffer.size(), position_);
+        position_ += count;
+        return count;
+    }
+
+private:
+    const std::string content_;
+    std::size_t position_ = 0;
+};
+
+class MemoryReplacement : public FileReplacement {
+public:
+    explicit MemoryReplacement(std::function<void(std::string)> put) : put_(std::move(put)) {}
+    bool write(std::string_view bytes) override {
+        content_ += bytes;
+        return true;
+    }
+    bool restart() override {
+        content_.clear();
+        return true;
+    }
+    bool commit() override {
+        put_(std::move(content_));
+        return true;
+    }
+
+private:
+    const std::function<void(std::string)> put_;
+    std::string content_;
+};
+
+}  // namespace
+
+void FakeFiles::put(const std::string& path, std::string content) {
+    std::lock_guard lock(mutex_);
+    files_[path] = std::move(content);
+}
+
+std::optional<std::string> FakeFiles::content(const std::string& path) const {
+    std::lock_guard lock(mutex_);
+    auto found = files_.find(path);
+    return found == files_.end() ? std::nullopt : std::optional(found->second);
+}
+
+std::map<std::string, unsigned> FakeFiles::createdFolders() const {
+    std::lock_guard lock(mutex_);
+    return folders_;
+}
+
+std::unique_ptr<FileReader> FakeFiles::open(const std::string& path) {
+    auto found = content(path);
+    if (!found) return nullptr;
+    return std::make_unique<MemoryReader>(std::move(*found));
+}
+
+std::unique_ptr<FileReplacement> FakeFiles::replace(const std::string& path) {
+    if (readOnlyFolders.contains(path.substr(0, path.rfind('/')))) return nullptr;
+    return std::make_unique<MemoryReplacement>([this, path](std::string content) { put(path, std::move(content)); });
+}
+
+bool FakeFiles::createFolder(const std::string& path, unsigned mode) {
+    std::lock_guard lock(mutex_);
+    folders_.emplace(path, mode);
+    return true;
+}
+
+std::unique_ptr<FolderLock> FakeFiles::lock(const std::string&) {
+    return std::make_unique<FolderLock>();
+}
+
+namespace {
+
+// Whether the item has every attribute that the query names, apart from those that say how to answer.
+bool matches(const SecAttributes& item, const SecAttributes& query) {
+    static const std::set<std::string> instructions = {kSecReturnData, kSecMatchLimit, kSecUseDataProtectionKeychain};
+    return std::all_of(query.begin(), query.end(), [&](auto& wanted) {
+        auto found = item.find(wanted.first);
+        return instructions.contains(wanted.first) || (found != item.end() && found->second == wanted.second);
+    });
+}
+
+}  // namespace
+
+std::vector<SecAttributes> FakeKeychain::items() const {
+    std::lock_guard lock(mutex_);
+    return items_;
+}
+
+SecItemCopyResult FakeKeychain::SecItemCopyMatching(const SecAttributes& query) {
+    if (failure) return {*failure, std::nullopt};
+    std::lock_guard lock(mutex_);
+    for (auto& item : items_)
+        if (matches(item, query)) return {errSecSuccess, item.at(kSecValueData)};
+    return {errSecItemNotFound, std::nullopt};
+}
+
+OSStatus FakeKeychain::SecItemAdd(const SecAttributes& attributes) {
+    if (failure) return *failure;
+    SecAttributes identity;
+    for (const char* name : {kSecClass, kSecAttrService, kSecAttrAccessGroup, kSecAttrAccount})
+        if (auto found = attributes.find(name); found != attributes.end()) identity.insert(*found);
+    std::lock_guard lock(mutex_);
+    for (auto& item : items_)
+        if (matches(item, identity)) return errSecDuplicateItem;
+    items_.push_back(attributes);
+    return errSecSuccess;
+}
+
+OSStatus FakeKeychain::SecItemDelete(const SecAttributes& query) {
+    if (failure) return *failure;
+    std::lock_guard lock(mutex_);
+    return std::erase_if(items_, [&](auto& item) { return matches(item, query); }) > 0 ? errSecSuccess
+                                                                                       : errSecItemNotFound;
+}
+
+void RecordingLog::write(OSLogType type, std::string_view subsystem, std::string_view category,
+                         std::string_view message) {
+    std::string line = type == OSLogType::info ? "info: " : "error: ";
+    if (subsystem != "com.qelmo.tobrel.actionui" || category != "actions")
+        line.append(subsystem).append("/").append(category).append(": ");
+    std::lock_guard lock(mutex_);
+    lines_.push_back(line.append(message));
+}
+
+std::vector<std::string> RecordingLog::lines() const {
+    std::lock_guard lock(mutex_);
+    return lines_;
+}
+
+void RecordingLog::clear() {
+    std::lock_guard lock(mutex_);
+    lines_.clear();
+}
+
+std::vector<std::string_view> FakeText::characters(std::string_view text) {
+    std::vector<std::string_view> characters;
+    std::size_t start = 0;
+    for (std::size_t at = 1; at <= text.size(); ++at) {
+        auto byte = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
+        bool continues = at < text.size() && (byte(at) & 0xC0) == 0x80;
+        bool accent = at + 1 < text.size() && (byte(at) == 0xCC || (byte(at) == 0xCD && byte(at + 1) < 0xB0));
+        if (continues || accent) continue;
+        characters.push_back(text.substr(start, at - start));
+        start = at;
+    }
+    return characters;
+}
+
+namespace {
+
+std::string_view trimmed(std::string_view text, const char* set) {
+    std::size_t start = text.find_first_not_of(set);
+    if (start == text.npos) return {};
+    return text.substr(start, text.find_last_not_of(set) - start + 1);
+}
+
+}  // namespace
+
+std::string_view FakeText::trimmingWhitespace(std::string_view text) {
+    return trimmed(text, " \t");
+}
+
+std::string_view FakeText::trimmingWhitespaceAndNewlines(std::string_view text) {
+    return trimmed(text, " \t\r\n\v\f");
+}
+
+std::string FakeText::mediumDate(std::int64_t instant) {
+    return "date " + std::to_string(instant / 86400);
+}
+
+void FakePasteboard::setString(const std::string& string, const std::string& type) {
+    if (type == NSPasteboardTypeString) text.value() += string;
+}
+
+bool FakeWorkspace::openURL(const std::string& url) {
+    opened.push_back(url);
+    return hasBrowser;
+}
+
+FakePlatform::FakePlatform() {
+    platform::install(&platform_, &online_);
+}
+
+FakePlatform::~FakePlatform() {
+    platform::install(nullptr, nullptr);
+}
+
+void FakePlatform::configure(const std::string& server, const std::string& apiKey) {
+    files.put(*users.home + "/.tobrel/config.json", R"({"server":")" + server + R"(","api_key":")" + apiKey + "\"}");
+}
+
+}  // namespace tobrel::testing

@@ -1,0 +1,230 @@
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "platform/desktop.h"
+#include "platform/file_provider.h"
+#include "platform/files.h"
+#include "platform/http.h"
+#include "platform/keychain.h"
+#include "platform/log.h"
+#include "platform/main_queue.h"
+#include "platform/platform.h"
+#include "platform/text.h"
+#include "platform/user_database.h"
+
+// A small working world for the core. Each part records what was asked of it; nothing happens by itself: blocks run,
+// and answers come, when the test says so.
+namespace tobrel::testing {
+
+// Runs every block on a thread of its own, all at once, and returns when the last has ended.
+void onOtherThreads(const std::vector<std::function<void()>>& blocks);
+
+class ManualMainQueue : public MainQueue {
+public:
+    void async(std::function<void()> block) override;
+    // Runs the first queued block; false where there is none.
+    bool runOne();
+    // Runs what is queued, and what that queues.
+    void run();
+
+private:
+    std::mutex mutex_;
+    std::deque<std::function<void()>> blocks_;
+};
+
+class FakeURLSession : public URLSession {
+public:
+    void dataTask(URLRequest request, std::function<void(URLSessionAnswer)> completion) override;
+
+    std::vector<URLRequest> requests() const;
+    // The requests as "GET address" or "POST address body".
+    std::vector<std::string> lines() const;
+    // Answers the n-th request, counted from 0 and answered once, on another thread; its completion has run on return.
+    void answer(std::size_t request, URLSessionAnswer answer);
+    // Answers several requests on threads of their own.
+    void answerAtOnce(const std::map<std::size_t, URLSessionAnswer>& answers);
+
+private:
+    std::function<void()> taken(std::size_t request, URLSessionAnswer answer);
+
+    mutable std::mutex mutex_;
+    std::vector<URLRequest> requests_;
+    std::vector<std::function<void(URLSessionAnswer)>> completions_;
+};
+
+URLSessionAnswer answered(int status, std::string body);
+URLSessionAnswer unreachable(std::string sentence);
+
+// Answers are held back until they are released by the text under which `calls` records the question, for example
+// "url for a" or "identifier for /storage/a".
+class FakeFileProvider : public NSFileProviderManagers {
+public:
+    std::vector<NSFileProviderDomain> domains{{"work"}};
+    std::set<std::string> domainsWithoutManager;
+    // What the lookups find: item -> path, path -> item.
+    std::map<std::string, std::string> paths;
+    std::map<std::string, std::string> identifiers;
+    // What comes with a lookup that finds nothing.
+    std::optional<NSError> error = NSError{NSFileProviderErrorDomain, NSFileProviderErrorNoSuchItem, "gone"};
+    std::set<std::string> inaccessiblePaths;
+
+    // A file that both lookups find.
+    void add(const std::string& item, const std::string& path);
+    // Everything asked so far, in order: "domains", "url for ITEM", "start PATH", "identifier for PATH", "stop PATH",
+    // "signal CONTAINER in DOMAIN".
+    std::vector<std::string> calls() const;
+    // Gives the first held answer to that question on another thread and returns when its completion has run.
+    void release(const std::string& question);
+    // Gives all answers, and those to the questions that they lead to, on threads of their own.
+    void releaseAll();
+
+    void getDomainsWithCompletionHandler(
+        std::function<void(std::vector<NSFileProviderDomain>, std::optional<NSError>)> completion) override;
+    std::shared_ptr<NSFileProviderManager> managerForDomain(const NSFileProviderDomain& domain) override;
+    void getIdentifierForUserVisibleFileAtURL(const NSURL& url,
+                                              std::function<void(std::optional<NSFileProviderItemIdentifier>,
+                                                                 std::optional<std::string>, std::optional<NSError>)>
+                                                  completion) override;
+    bool startAccessingSecurityScopedResource(const NSURL& url) override;
+    void stopAccessingSecurityScopedResource(const NSURL& url) override;
+
+private:
+    class Manager;
+    struct Held {
+        std::string question;
+        std::function<void()> answer;
+    };
+    void record(const std::string& call);
+    void hold(const std::string& question, std::function<void()> answer);
+
+    mutable std::mutex mutex_;
+    std::vector<std::string> calls_;
+    std::vector<Held> held_;
+};
+
+class FakeUserDatabase : public UserDatabase {
+public:
+    std::optional<std::string> home = "/home/ann";
+    std::string platformHome = "/home/ann";
+    std::optional<std::string> homeDirectory() override { return home; }
+    std::string NSHomeDirectory() override { return platformHome; }
+};
+
+class FakeFiles : public Files {
+public:
+    // What no file can be written below.
+    std::set<std::string> readOnlyFolders;
+
+    void put(const std::string& path, std::string content);
+    std::optional<std::string> content(const std::string& path) const;
+    std::map<std::string, unsigned> createdFolders() const;
+
+    std::unique_ptr<FileReader> open(const std::string& path) override;
+    std::unique_ptr<FileReplacement> replace(const std::string& path) override;
+    bool createFolder(const std::string& path, unsigned mode) override;
+    std::unique_ptr<FolderLock> lock(const std::string& path) override;
+
+private:
+    mutable std::mutex mutex_;
+    std::map<std::string, std::string> files_;
+    std::map<std::string, unsigned> folders_;
+};
+
+class FakeKeychain : public Keychain {
+public:
+    // Answers every call instead of the store.
+    std::optional<OSStatus> failure;
+
+    std::vector<SecAttributes> items() const;
+
+    SecItemCopyResult SecItemCopyMatching(const SecAttributes& query) override;
+    OSStatus SecItemAdd(const SecAttributes& attributes) override;
+    OSStatus SecItemDelete(const SecAttributes& query) override;
+
+private:
+    mutable std::mutex mutex_;
+    std::vector<SecAttributes> items_;
+};
+
+class RecordingLog : public OSLogSink {
+public:
+    void write(OSLogType type, std::string_view subsystem, std::string_view category,
+               std::string_view message) override;
+    // "error: message" or "info: message"; a line of another subsystem or category than the extension's names it too.
+    std::vector<std::string> lines() const;
+    void clear();
+
+private:
+    mutable std::mutex mutex_;
+    std::vector<std::string> lines_;
+};
+
+// Text without a character database: a combining accent (U+0300 to U+036F) joins the character before it, white space
+// is ASCII, and a date reads "date 1234" with the instant's day since 1970.
+class FakeText : public TextServices {
+public:
+    std::vector<std::string_view> characters(std::string_view text) override;
+    std::string_view trimmingWhitespace(std::string_view text) override;
+    std::string_view trimmingWhitespaceAndNewlines(std::string_view text) override;
+    std::string mediumDate(std::int64_t instant) override;
+};
+
+class FakePasteboard : public NSPasteboard {
+public:
+    // Nothing until it is first cleared.
+    std::optional<std::string> text;
+    void clearContents() override { text = ""; }
+    void setString(const std::string& string, const std::string& type) override;
+};
+
+class FakeWorkspace : public NSWorkspace {
+public:
+    bool hasBrowser = true;
+    std::vector<std::string> opened;
+    bool openURL(const std::string& url) override;
+};
+
+class FakeSound : public NSSound {
+public:
+    int beeps = 0;
+    void beep() override { ++beeps; }
+};
+
+// Installed as the platform for its life.
+class FakePlatform {
+public:
+    FakePlatform();
+    ~FakePlatform();
+    FakePlatform(const FakePlatform&) = delete;
+    FakePlatform& operator=(const FakePlatform&) = delete;
+
+    // Writes config.json.
+    void configure(const std::string& server = "https://tobrel.example", const std::string& apiKey = "secret");
+
+    FakeUserDatabase users;
+    FakeFiles files;
+    RecordingLog log;
+    ManualMainQueue mainQueue;
+    FakeFileProvider fileProvider;
+    FakeURLSession urlSession;
+    FakeKeychain keychain;
+    FakeText text;
+    FakePasteboard pasteboard;
+    FakeWorkspace workspace;
+    FakeSound sound;
+    InfoDictionary infoDictionary;
+
+private:
+    const platform::Platform platform_{users, files, log, mainQueue, fileProvider};
+    const platform::Online online_{urlSession, keychain, text, pasteboard, workspace, sound, infoDictionary};
+};
+
+}  // namespace tobrel::testing
