@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <httplib.h>
 
+#include <boost/json/parse.hpp>
 #include <chrono>
 #include <csignal>
 #include <thread>
