@@ -51,14 +51,14 @@ ExitStatus run(const Options& options, MakeOnlineParts makeOnlineParts) {
     }
 
     if (asksServer(options)) blockEndSignals();
-    auto composed = compose(options, makeOnlineParts);
+    auto composed = compose(options, words, makeOnlineParts);
     if (auto* obstacle = std::get_if<std::string>(&composed)) {
         say(*obstacle);
         return frontEndCannotRun;
     }
     auto& composition = *std::get<std::unique_ptr<Composition>>(composed);
 
-    Delivery delivery = deliver(options, composition.select(words));
+    Delivery delivery = deliver(options, composition.selection());
     auto error = runRequest(delivery, composition.frontEnd(), composition.loop());
     composition.finishSignals();
     if (!error) return completed;

@@ -43,10 +43,6 @@ PRAGMA user_version = 1;
 COMMIT;
 )";
 
-std::string quoted(std::string_view name) {
-    return "“" + harmless(name) + "”";
-}
-
 Failure noDomain(std::string_view identifier) {
     return {"There is no domain " + quoted(identifier) + "."};
 }

@@ -23,10 +23,6 @@ NSError errorOf(const Failure& failure) {
     return {NSFileProviderErrorDomain, registryFailed, failure.sentence};
 }
 
-std::string quoted(std::string_view name) {
-    return "“" + harmless(name) + "”";
-}
-
 bool isThere(const std::string& path) {
     struct stat status {};
     return lstat(path.c_str(), &status) == 0;

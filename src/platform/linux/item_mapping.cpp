@@ -52,52 +52,57 @@ std::optional<std::string> pathOfFileUri(std::string_view uri) {
     std::string_view host = uri.substr(0, uri.find('/'));
     bool local = host.empty() || (host.size() == 9 && startsWithIgnoringCase(host, "localhost"));
     if (!local || host.size() == uri.size()) return std::nullopt;
-    return percentDecoded(uri.substr(host.size()));
+    auto path = percentDecoded(uri.substr(host.size()));
+    return path && path->find('\0') == path->npos ? path : std::nullopt;
 }
 
 Outcome<MappedItem> ItemMapping::map(std::string_view word) {
-    std::string name = "“" + harmless(word) + "”";
+    if (word.empty() || word.find('\0') != word.npos) return Failure{quoted(word) + " is no path."};
     std::optional<std::string> path;
-    if (isFileUri(word)) {
+    if (isFileUri(word))
         path = pathOfFileUri(word);
-        if (!path) return Failure{name + " is no address of a file on this computer."};
-    } else {
-        path = word.starts_with('/') ? std::string(word) : workingDirectory_ + '/' + std::string(word);
-    }
-    if (word.empty() || path->find('\0') != path->npos) return Failure{name + " is no path."};
+    else
+        path = word.starts_with('/') ? std::string(word) : pathIn(workingDirectory_, word);
+    if (!path) return Failure{quoted(word) + " is no address of a file on this computer."};
 
     if (!snapshot_) {
         auto snapshot = registry_.read();
         if (!snapshot) return snapshot.failure();
         snapshot_ = std::move(*snapshot);
     }
+    auto place = find(*path);
+    if (!place) return place.failure();
+    if (!place->domain) return Failure{quoted(word) + " lies in no registered domain."};
+    if (!place->item)
+        return Failure{quoted(word) + " is not known to the domain " + quoted(place->domain->identifier) + "."};
+    return MappedItem{place->domain->identifier, std::move(*place->item)};
+}
 
-    const RegisteredDomain* container = nullptr;
-    auto itemAt = [&](const std::string& place) -> Outcome<std::optional<std::string>> {
-        const RegisteredDomain* domain = snapshot_->domainOfPath(place);
-        if (!domain) return std::optional<std::string>();
-        container = domain;
-        return snapshot_->itemAtPath(*domain, place);
-    };
-    // As given first, because an item is what its path says. But ".." after a link leads elsewhere than it reads.
-    auto asGiven = [&] { return normalPath(*path); };
-    auto linksFollowed = [&] { return resolver_.resolve(*path); };
-    bool readsAsItLeads = !hasDotDot(*path);
-    for (bool given : {readsAsItLeads, !readsAsItLeads}) {
-        auto place = given ? asGiven() : linksFollowed();
-        if (!place) continue;
-        auto item = itemAt(*place);
-        if (!item) return item.failure();
-        if (*item) return MappedItem{container->identifier, std::move(**item)};
+Outcome<ItemMapping::Place> ItemMapping::find(const std::string& path) {
+    // As given first, because an item is what its path says; but ".." behind a link leads elsewhere than it reads.
+    bool readsAsItLeads = !hasDotDot(path);
+    Place nearest;
+    for (bool asGiven : {readsAsItLeads, !readsAsItLeads}) {
+        auto candidate = asGiven ? normalPath(path) : resolver_.resolve(path);
+        if (!candidate) continue;
+        auto place = placeOf(*candidate);
+        if (!place || place->item) return place;
+        if (place->domain) nearest = *place;
     }
-    // A link to a domain's root is a usual way to set a domain up, and lies in no domain itself.
-    if (!container) {
-        auto place = realPath(*path);
-        const RegisteredDomain* domain = place ? snapshot_->domainOfPath(*place) : nullptr;
-        if (domain && domain->root == *place) return MappedItem{domain->identifier, rootItem};
-        return Failure{name + " lies in no registered domain."};
-    }
-    return Failure{name + " is not known to the domain “" + harmless(container->identifier) + "”."};
+    if (nearest.domain) return nearest;
+    // A link that stands for a domain's root lies in no domain itself.
+    auto real = realPath(path);
+    const RegisteredDomain* domain = real ? snapshot_->domainOfPath(*real) : nullptr;
+    if (domain && domain->root == *real) return Place{domain, rootItem};
+    return nearest;
+}
+
+Outcome<ItemMapping::Place> ItemMapping::placeOf(const std::string& normalPath) const {
+    const RegisteredDomain* domain = snapshot_->domainOfPath(normalPath);
+    if (!domain) return Place{};
+    auto item = snapshot_->itemAtPath(*domain, normalPath);
+    if (!item) return item.failure();
+    return Place{domain, std::move(*item)};
 }
 
 }  // namespace tobrel

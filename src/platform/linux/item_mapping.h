@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -27,6 +28,14 @@ public:
     Outcome<MappedItem> map(std::string_view word);
 
 private:
+    // No domain where the path lies in none, no item where the domain does not know it.
+    struct Place {
+        const RegisteredDomain* domain = nullptr;
+        std::optional<std::string> item;
+    };
+    Outcome<Place> find(const std::string& path);
+    Outcome<Place> placeOf(const std::string& normalPath) const;
+
     FileProviderRegistry& registry_;
     const std::string workingDirectory_;
     std::unique_ptr<FileProviderRegistry::Snapshot> snapshot_;
