@@ -102,7 +102,8 @@ void Server::serve(Service& service) {
         }
         setJson(response, refusal(500, "The server failed."));
     });
-    http_->set_logger([this](const httplib::Request& request, const httplib::Response& response) {
+    // Before the answer goes out, so that whoever has the answer finds the line.
+    http_->set_post_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
         write(logLine(read(request), std::to_string(response.status)));
     });
     auto handler = [&](const httplib::Request& request, httplib::Response& response) {

@@ -23,7 +23,10 @@ std::string identifierOf(const std::string& user, const std::string& path) {
     if (path == sharedFolderName) return "shared";
     // FNV-1a, because the identifier must be the same in every run.
     std::uint64_t hash = 0xcbf29ce484222325;
-    for (unsigned char byte : user + '\0' + path) hash = (hash ^ byte) * 0x100000001b3;
+    std::string named = user;
+    named += '\0';
+    named += path;
+    for (unsigned char byte : named) hash = (hash ^ byte) * 0x100000001b3;
     char text[17];
     std::snprintf(text, sizeof text, "%016llx", static_cast<unsigned long long>(hash));
     return text;
