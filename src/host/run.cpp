@@ -60,6 +60,8 @@ ExitStatus run(const Options& options, MakeOnlineParts makeOnlineParts) {
 
     Delivery delivery = deliver(options, composition.selection());
     auto error = runRequest(delivery, composition.frontEnd(), composition.loop());
+    // The front end may still wait for a reader that never comes.
+    unblockEndSignals();
     composition.finishSignals();
     if (!error) return completed;
     say(error->domain + " " + std::to_string(error->code) + ": " + error->localizedDescription());

@@ -23,7 +23,7 @@ namespace {
 constexpr std::size_t longestText = 74'000;
 constexpr int patienceInMilliseconds = 1000;
 
-constexpr const char* reachedTmux = "It is in tmux’s buffer; tmux has offered it to your terminal, too.";
+constexpr const char* reachedTmux = "It is in tmux’s buffer. tmux hands it on to your terminal where that is allowed.";
 constexpr const char* reachedTerminal = "Your terminal was asked to take it. Nothing to paste? Then copy it from here.";
 constexpr const char* reachedNothing = "No clipboard can be reached from here. Please copy the address above.";
 

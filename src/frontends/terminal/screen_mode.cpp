@@ -241,7 +241,7 @@ void ScreenMode::draw() {
     input.edit = edit_;
     input.note = terminal_.clipboard.note();
     SheetLines lines = layOut(rows, input);
-    Frame frame = compose(lines, hintFor(rows, input.focus), size, scroll_);
+    Frame frame = compose(lines, hintFor(rows, input.focus, size.columns - 3), size, scroll_);
     scroll_ = frame.scroll;
     controlLines_ = std::move(lines.controlLines);
     noteText_ = input.note.text;

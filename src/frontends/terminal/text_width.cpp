@@ -36,6 +36,8 @@ struct Measured {
 };
 
 int columnsOfCodePoint(char32_t character) {
+    constexpr char32_t firstCombining = 0x300;
+    if (character >= 0x20 && character < firstCombining) return 1;
     int columns = wcwidth(static_cast<wchar_t>(character));
     return columns < 0 ? 1 : columns;
 }
