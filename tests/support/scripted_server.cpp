@@ -92,8 +92,9 @@ private:
     std::unique_ptr<SSL, FreeSession> tls_;
 };
 
-// Takes one whole request from the front, where there is one.
+// Takes one whole request from the front, where there is one. A TLS greeting in plain text counts as one.
 std::optional<std::string> takeRequest(std::string& received) {
+    if (received.starts_with('\x16')) return std::exchange(received, {});
     std::size_t head = received.find("\r\n\r\n");
     if (head == received.npos) return std::nullopt;
     ScriptedServer::Request request{received.substr(0, head + 4)};

@@ -336,7 +336,6 @@ TEST_F(CurlURLSessionTest, TrustsOnlyCertificatesThatItWasToldToTrustAndOnlyForT
     EXPECT_EQ(secure.requests().size(), 1u);
 
     unsetenv("CURL_CA_BUNDLE");
-    server_.script("/", {sends("no TLS here\r\n"), closes()});
     expectFailure(ask({.url = "https://127.0.0.1:" + std::to_string(server_.port())}), -1200);
 }
 
