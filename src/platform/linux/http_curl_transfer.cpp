@@ -56,10 +56,14 @@ CurlTransfer::Clock::duration patience(double seconds) {
 }
 
 HTTPFailure certificateFailure(long verdict) {
+    // The certificate was in order, or at least nothing else was said about it, before its names were compared.
+    constexpr long kInOrder = 0;
+    constexpr long kUnspecified = 1;
     constexpr long kNotYetValid = 9;
     constexpr long kExpired = 10;
     switch (verdict) {
-        case 0:
+        case kInOrder:
+        case kUnspecified:
             return HTTPFailure::certificateForOtherName;
         case kNotYetValid:
             return HTTPFailure::certificateNotYetValid;
@@ -125,6 +129,7 @@ CurlTransfer::CurlTransfer(const CurlTrust& trust, void* share) : handle_(curl_e
     set(handle, CURLOPT_PREREQFUNCTION, &Callbacks::beforeSending);
     set(handle, CURLOPT_PREREQDATA, this);
     set(handle, CURLOPT_SHARE, share);
+    set(handle, CURLOPT_COOKIEFILE, "");
 
     set(handle, CURLOPT_PROTOCOLS_STR, "http,https");
     set(handle, CURLOPT_PATH_AS_IS, 1L);
