@@ -59,11 +59,15 @@ std::optional<std::string> pathOfFileUri(std::string_view uri) {
 Outcome<MappedItem> ItemMapping::map(std::string_view word) {
     if (word.empty() || word.find('\0') != word.npos) return Failure{inQuotes(word) + " is no path."};
     std::optional<std::string> path;
-    if (isFileUri(word))
+    if (isFileUri(word)) {
         path = pathOfFileUri(word);
-    else
-        path = word.starts_with('/') ? std::string(word) : pathIn(workingDirectory_, word);
-    if (!path) return Failure{inQuotes(word) + " is no address of a file on this computer."};
+        if (!path) return Failure{inQuotes(word) + " is no address of a file on this computer."};
+    } else if (word.starts_with('/')) {
+        path = word;
+    } else {
+        if (workingDirectory_.empty()) return Failure{inQuotes(word) + " leads nowhere: the working folder has gone."};
+        path = pathIn(workingDirectory_, word);
+    }
 
     if (!snapshot_) {
         auto snapshot = registry_.read();
