@@ -24,7 +24,7 @@ add_library(tobrel_linux STATIC ${linux_parts})
 target_link_libraries(tobrel_linux PUBLIC tobrel_platform ${SQLITE} m ${CMAKE_DL_LIBS})
 add_library(tobrel_linux_online STATIC ${online_parts})
 target_link_libraries(tobrel_linux_online PUBLIC tobrel_linux PkgConfig::CURL PkgConfig::SECRET PkgConfig::GCRYPT
-  PkgConfig::ICU ${BOOST_JSON})
+  PkgConfig::GIO PkgConfig::ICU ${BOOST_JSON})
 
 tobrel_layer(tobrel_json_front_end frontends/json tobrel_platform ${BOOST_JSON})
 tobrel_layer(tobrel_terminal_front_end frontends/terminal tobrel_platform)

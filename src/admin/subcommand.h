@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -27,5 +28,18 @@ int runDoctor(const Invocation& invocation);
 // Prints the sentence as one line on standard error and returns 1, or 2 for wrong usage.
 int failed(const std::string& sentence);
 int misused(const std::string& sentence);
+// The usage error for a word that is none of the known ones; names the nearest of them.
+int noSuchWord(const std::string& kind, const std::string& word, const std::vector<std::string>& known);
+
+// What follows a subcommand that has several, as in `domain add ID DIR`.
+struct Verb {
+    std::string name;
+    // What the words behind it are called.
+    std::vector<std::string> operands;
+    bool takesJson = false;
+    std::function<int()> run;
+};
+// Runs the verb that the first word names, when its operands are all there.
+int runVerb(const std::string& subcommand, const Invocation& invocation, const std::vector<Verb>& verbs);
 
 }  // namespace tobrel::admin

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <variant>
+#include <vector>
 
 #include "host/request.h"
 #include "host/run.h"
@@ -15,7 +16,7 @@ struct Selection {
     std::vector<NSFileProviderItemIdentifier> items;
     // Of the first word that is a path.
     std::optional<std::string> domainIdentifier;
-    // The first word that leads nowhere, as a sentence that names it.
+    // Why the first word that leads nowhere does so, in a sentence that names it.
     std::optional<std::string> unmapped;
 };
 
@@ -25,14 +26,14 @@ public:
     virtual ~Composition() = default;
     virtual MainLoop& loop() = 0;
     virtual FrontEnd& frontEnd() = 0;
-    virtual Selection select(const std::vector<std::string>& words) = 0;
+    virtual const Selection& selection() = 0;
     // Returns when a working-set signal that has been asked for is done.
     virtual void finishSignals() = 0;
 };
 
-// The composition, or why there can be none here, in a sentence. Items come from standard input only where the front
-// end does not read it.
+// The composition, or why there can be none here, in a sentence. `words` are the command line's items.
 std::variant<std::unique_ptr<Composition>, std::string> compose(const Options& options,
+                                                                const std::vector<std::string>& words,
                                                                 MakeOnlineParts makeOnlineParts);
 
 }  // namespace tobrel::host

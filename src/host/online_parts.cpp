@@ -14,17 +14,17 @@ public:
     LinuxOnlineParts(const Options& options, UserDatabase& users)
         : keychain_(makeKeychain(users, options.home.has_value())) {}
 
-    URLSession& urlSession() override { return urlSession_; }
+    URLSession& urlSession() override { return *urlSession_; }
     Keychain& keychain() override { return *keychain_; }
     TextServices& text() override { return text_; }
     NSWorkspace& browser() override { return browser_; }
+    void endRequests() override { urlSession_.reset(); }
 
 private:
     const std::unique_ptr<Keychain> keychain_;
     IcuTextServices text_;
-    GioWorkspace browser_;
-    // Destroyed first: its completions use the others.
-    CurlURLSession urlSession_;
+    GioBrowser browser_;
+    std::unique_ptr<URLSession> urlSession_ = std::make_unique<CurlURLSession>();
 };
 
 }  // namespace

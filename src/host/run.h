@@ -25,6 +25,8 @@ public:
     virtual Keychain& keychain() = 0;
     virtual TextServices& text() = 0;
     virtual NSWorkspace& browser() = 0;
+    // Ends all work of urlSession(), which answers no more.
+    virtual void endRequests() = 0;
 };
 
 using MakeOnlineParts = std::unique_ptr<OnlineParts> (*)(const Options& options, UserDatabase& users);

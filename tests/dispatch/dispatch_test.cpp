@@ -101,11 +101,13 @@ TEST_F(DispatchTest, ServerCommandsShowTheirProgressAndResolveTheSelection) {
         {ActionID::manage, "Checking sharing…"},
         {ActionID::online, "Opening in your browser…"},
     };
+    world.fileProvider.add("a", "/storage/a");
     for (const auto& c : cases) {
         controller->prepareForAction(c.action, {"a"});
         EXPECT_EQ(sheet(), c.progress);
         world.fileProvider.releaseAll();
         world.mainQueue.run();
+        EXPECT_EQ(world.urlSession.lines().back(), "GET https://tobrel.example/tobrel/api/item?id=a") << c.action;
         controller->presentLabel();
         controller->label->setStringValue("");
     }

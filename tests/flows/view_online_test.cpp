@@ -4,62 +4,39 @@ namespace tobrel::testing {
 
 using Lines = std::vector<std::string>;
 
-class ViewOnlineTest : public ControllerTest {
-protected:
-    void expectOpened(const std::string& behind) {
-        EXPECT_TRUE(context->ends.empty());
-        EXPECT_EQ(sheet(), "Opened in your browser.");
-        EXPECT_EQ(world.workspace.opened, Lines{"https://tobrel.example/tobrel/account/files#files" + behind});
-        EXPECT_TRUE(controller->done->isHidden());
-        EXPECT_TRUE(controller->autoDismiss);
-        EXPECT_EQ(context->ends, Lines{"completed"});
+TEST_F(ControllerTest, ViewOnlineOpensTheFolderOfTheFirstItemAndEndsTheRequest) {
+    struct {
+        Lines items;
+        const char* answer;
+        std::string behind;
+    } const cases[] = {
+        {{}, nullptr, ""},
+        {{"root", "a"}, nullptr, ""},
+        {{"shared"}, nullptr, "/Shared%20with%20me"},
+        {{"Root", "b"}, R"({"path":"Docs/Reports/q1.pdf"})", "/Docs/Reports"},
+        {{"a"}, R"({"path":"Docs/Reports","is_folder":true})", "/Docs/Reports"},
+        {{"a"}, R"({"path":7})", ""},
+    };
+    for (const auto& c : cases) {
         world.workspace.opened.clear();
         context->ends.clear();
-        controller->autoDismiss = false;
+        controller->viewOnline(c.items);
+        if (c.answer) world.urlSession.answerLast(answered(200, c.answer));
+        EXPECT_TRUE(context->ends.empty());
+        EXPECT_EQ(sheet(), "Opened in your browser.");
+        EXPECT_EQ(world.workspace.opened, Lines{"https://tobrel.example/tobrel/account/files#files" + c.behind});
+        EXPECT_EQ(context->ends, Lines{"completed"});
+        EXPECT_TRUE(controller->done->isHidden() && controller->autoDismiss);
     }
-};
-
-TEST_F(ViewOnlineTest, OpensTheFolderOfTheFirstItem) {
-    controller->viewOnline({});
-    expectOpened("");
-    controller->viewOnline({"root", "a"});
-    expectOpened("");
-    controller->viewOnline({"shared"});
-    expectOpened("/Shared%20with%20me");
-    EXPECT_TRUE(world.urlSession.requests().empty());
-
-    struct {
-        const char* answer;
-        const char* behind;
-    } const cases[] = {
-        {R"({"path":"Docs/Reports/q1.pdf"})", "/Docs/Reports"},
-        {R"({"path":"q1.pdf","is_folder":false})", ""},
-        {R"({"path":"Docs/Reports","is_folder":true})", "/Docs/Reports"},
-        {R"({"path":7})", ""},
-    };
-    for (std::size_t each = 0; each < std::size(cases); ++each) {
-        controller->viewOnline({"Root", "b"});
-        world.urlSession.answer(each, answered(200, cases[each].answer));
-        expectOpened(cases[each].behind);
-    }
-    EXPECT_EQ(world.urlSession.lines()[0], "GET https://tobrel.example/tobrel/api/item?id=Root");
+    EXPECT_EQ(world.urlSession.requests().size(), 3u);
 }
 
-TEST_F(ViewOnlineTest, OpensNothingWhereTheLookupFails) {
+TEST_F(ControllerTest, ViewOnlineOpensNothingWhereTheLookupFails) {
     controller->viewOnline({"a"});
     world.urlSession.answer(0, answered(404, R"({"error":"Gone"})"));
     EXPECT_EQ(sheet(), "Gone");
     EXPECT_FALSE(controller->done->isHidden());
-    EXPECT_TRUE(context->ends.empty());
-    EXPECT_TRUE(world.workspace.opened.empty());
-}
-
-TEST_F(ViewOnlineTest, EndsTheRequestWithoutAnAddressToOpen) {
-    world.configure("");
-    controller->viewOnline({});
-    EXPECT_EQ(sheet(), "Opened in your browser.");
-    EXPECT_EQ(context->ends, Lines{"completed"});
-    EXPECT_TRUE(world.workspace.opened.empty());
+    EXPECT_TRUE(context->ends.empty() && world.workspace.opened.empty());
 }
 
 }  // namespace tobrel::testing

@@ -62,6 +62,10 @@ void FakeURLSession::answer(std::size_t request, URLSessionAnswer answer) {
     onOtherThreads({taken(request, std::move(answer))});
 }
 
+void FakeURLSession::answerLast(URLSessionAnswer given) {
+    answer(requests().size() - 1, std::move(given));
+}
+
 void FakeURLSession::answerAtOnce(const std::map<std::size_t, URLSessionAnswer>& answers) {
     std::vector<std::function<void()>> blocks;
     for (auto& [request, answer] : answers) blocks.push_back(taken(request, answer));

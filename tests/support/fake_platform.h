@@ -49,6 +49,7 @@ public:
     std::vector<std::string> lines() const;
     // Answers the n-th request, counted from 0 and answered once, on another thread; its completion has run on return.
     void answer(std::size_t request, URLSessionAnswer answer);
+    void answerLast(URLSessionAnswer answer);
     // Answers several requests on threads of their own.
     void answerAtOnce(const std::map<std::size_t, URLSessionAnswer>& answers);
 

@@ -46,8 +46,9 @@ public:
 
     std::optional<std::size_t> read(std::span<char> buffer) override {
         ssize_t count;
-        do count = ::read(file_.number(), buffer.data(), buffer.size());
-        while (count < 0 && errno == EINTR);
+        do {
+            count = ::read(file_.number(), buffer.data(), buffer.size());
+        } while (count < 0 && errno == EINTR);
         return count < 0 ? std::nullopt : std::optional<std::size_t>(count);
     }
 
@@ -67,12 +68,23 @@ public:
         while (!bytes.empty()) {
             ssize_t count = ::write(file_.number(), bytes.data(), bytes.size());
             if (count < 0 && errno != EINTR) return false;
-            if (count > 0) bytes.remove_prefix(count);
+            if (count < 0) continue;
+            bytes.remove_prefix(count);
+            size_ += count;
+        }
+        // The disk may begin while the rest is still being made.
+        constexpr off_t portion = 4 * 1024 * 1024;
+        if (size_ - flushed_ >= portion) {
+            ::sync_file_range(file_.number(), flushed_, size_ - flushed_, SYNC_FILE_RANGE_WRITE);
+            flushed_ = size_;
         }
         return true;
     }
 
-    bool restart() override { return ::ftruncate(file_.number(), 0) == 0 && ::lseek(file_.number(), 0, SEEK_SET) == 0; }
+    bool restart() override {
+        size_ = flushed_ = 0;
+        return ::ftruncate(file_.number(), 0) == 0 && ::lseek(file_.number(), 0, SEEK_SET) == 0;
+    }
 
     bool commit() override {
         struct stat old;
@@ -89,6 +101,8 @@ private:
     const std::string path_;
     std::string temporary_;
     FileDescriptor file_;
+    off_t size_ = 0;
+    off_t flushed_ = 0;
 };
 
 class PosixFolderLock : public FolderLock {
@@ -118,10 +132,10 @@ struct Version {
 };
 
 // Waits as long as others get on with their work.
-bool waitForLock(int folder, const std::string& path) {
+bool waitForLock(int folder, const std::string& path, std::chrono::milliseconds patience) {
     using namespace std::chrono_literals;
     using Clock = std::chrono::steady_clock;
-    constexpr std::chrono::milliseconds pause = 5ms, patience = 5s, longest = 2min;
+    constexpr std::chrono::milliseconds pause = 5ms, longest = 2min;
     constexpr off_t bytesPerSecond = 4 * 1024 * 1024;
 
     const auto start = Clock::now();
@@ -195,7 +209,7 @@ bool PosixFiles::createFolder(const std::string& path, unsigned mode) {
 std::unique_ptr<FolderLock> PosixFiles::lock(const std::string& path) {
     const std::string name = folderOf(path);
     FileDescriptor folder = openFolder(name);
-    if (!folder || !waitForLock(folder.number(), path)) return nullptr;
+    if (!folder || !waitForLock(folder.number(), path, patience_)) return nullptr;
     removeLeftovers(name, folder.number());
     return std::make_unique<PosixFolderLock>(std::move(folder));
 }

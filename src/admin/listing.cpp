@@ -1,0 +1,48 @@
+#include "admin/listing.h"
+
+#include <boost/json/serialize.hpp>
+#include <cstdio>
+
+#include "platform/harmless_text.h"
+#include "platform/utf8.h"
+
+namespace tobrel::admin {
+
+namespace {
+
+std::string escaped(std::string_view bytes) {
+    std::string text;
+    for (unsigned char byte : bytes) {
+        char escape[8];
+        std::snprintf(escape, sizeof escape, "\\x%02X", byte);
+        text += escape;
+    }
+    return text;
+}
+
+}  // namespace
+
+std::string plainField(std::string_view bytes) {
+    std::string field;
+    while (!bytes.empty()) {
+        std::string_view character = bytes.substr(0, firstCodePoint(bytes).length);
+        bytes.remove_prefix(character.size());
+        if (character == "\n")
+            field += "\\n";
+        else if (character == "\t")
+            field += "\\t";
+        else if (character == "\r")
+            field += "\\r";
+        else if (character == "\\")
+            field += "\\\\";
+        else
+            field += harmless(character) == character ? character : escaped(character);
+    }
+    return field;
+}
+
+std::string jsonString(std::string_view bytes) {
+    return boost::json::serialize(wellFormedUtf8(bytes));
+}
+
+}  // namespace tobrel::admin

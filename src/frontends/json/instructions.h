@@ -1,0 +1,55 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+
+namespace tobrel {
+
+namespace instruction {
+
+// By exactly one of the two.
+struct Click {
+    std::optional<std::string> title;
+    std::optional<std::int64_t> id;
+};
+
+struct Type {
+    std::int64_t id = 0;
+    std::string text;
+};
+
+struct Select {
+    std::int64_t id = 0;
+    std::int64_t index = 0;
+};
+
+struct Key {
+    std::string key;
+};
+
+// For exactly one of the two: a button's title, or a part of a label's text.
+struct Wait {
+    std::optional<std::string> title;
+    std::optional<std::string> text;
+    std::optional<std::chrono::milliseconds> limit;
+};
+
+struct Close {};
+
+}  // namespace instruction
+
+using Instruction = std::variant<instruction::Click, instruction::Type, instruction::Select, instruction::Key,
+                                 instruction::Wait, instruction::Close>;
+
+// Why an instruction cannot be carried out, in a sentence.
+struct Refusal {
+    std::string message;
+};
+
+std::variant<Instruction, Refusal> parseInstruction(std::string_view line);
+
+}  // namespace tobrel

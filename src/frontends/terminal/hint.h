@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+
+#include "frontends/terminal/sheet_rows.h"
+
+namespace tobrel::terminal {
+
+// The keys that do something now, in a line that fits.
+std::string hintFor(const Rows& rows, const NSView* focus, int columns);
+
+}  // namespace tobrel::terminal

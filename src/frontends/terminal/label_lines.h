@@ -1,0 +1,32 @@
+#pragma once
+
+#include <limits>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "frontends/terminal/sheet_rows.h"
+
+namespace tobrel::terminal {
+
+// Where lines have no end: output that is no terminal.
+inline constexpr int unlimitedColumns = std::numeric_limits<int>::max() / 4;
+
+// A label's text as lines, harmless. A line that is an address is never broken or shortened: it may be wider.
+std::vector<std::string> linesOf(const NSTextField& label, int columns);
+// The same in one line, for a label beside other views.
+std::string lineOf(const NSTextField& label, int columns);
+
+bool isAddress(std::string_view line);
+
+// A line of this front end's own below the label that has `about` as one of its lines.
+struct Note {
+    std::string about;
+    std::string text;
+};
+bool belongsTo(const Note& note, const NSTextField& label);
+
+// What the sheet says, with the note, without its controls and the labels beside them that only name them.
+std::vector<std::string> messageLines(const Rows& rows, int columns, const Note& note);
+
+}  // namespace tobrel::terminal

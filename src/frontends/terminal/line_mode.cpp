@@ -1,0 +1,153 @@
+#include "frontends/terminal/line_mode.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <utility>
+
+#include "frontends/terminal/clipboard.h"
+#include "frontends/terminal/line_text.h"
+#include "frontends/terminal/output.h"
+#include "frontends/terminal/raw_terminal.h"
+#include "platform/front_end.h"
+#include "platform/harmless_text.h"
+#include "platform/main_loop.h"
+
+namespace tobrel::terminal {
+
+namespace {
+
+// Longer input without a line break is taken as a line, so that memory stays bounded.
+constexpr std::size_t longestLine = 1 << 20;
+
+std::vector<std::uint64_t> identitiesOf(const Rows& rows) {
+    std::vector<std::uint64_t> identities;
+    for (auto& control : controlsOf(rows)) identities.push_back(control.view().id());
+    return identities;
+}
+
+}  // namespace
+
+LineMode::LineMode(const Terminal& terminal)
+    : terminal_(terminal),
+      columns_(isatty(terminal.output) ? sizeOfTerminal(terminal.output).columns : unlimitedColumns) {}
+
+LineMode::~LineMode() {
+    watch(false);
+}
+
+void LineMode::appear() {
+    appeared_ = true;
+    inputEnded_ = terminal_.input < 0;
+    // The first sheet shows from the next time the main queue has run dry.
+    terminal_.loop.async([] {});
+}
+
+void LineMode::mainQueueRanDry(bool changed) {
+    if (!appeared_ || closed_) return;
+    Rows rows = rowsOf(terminal_.sheet.rootView());
+    bool waiting = isWaiting(rows, somethingWasShown_);
+    // Without a change of the sheet there may still be news of the clipboard.
+    bool printed = (changed || shown_.empty() || !terminal_.clipboard.note().text.empty()) && show(rows, waiting);
+    if (waiting) {
+        silent_ = refused_ = false;
+        return watch(false);
+    }
+    if (std::exchange(silent_, false) && !printed) answerSilence(rows);
+    refused_ = false;
+    takeLine();
+}
+
+// What the sheet says; once it can be answered, its numbered controls, too. The same sheet again: only what is new.
+bool LineMode::show(const Rows& rows, bool waiting) {
+    auto& note = terminal_.clipboard.note();
+    shownMessage_ = messageLines(rows, columns_, note);
+    somethingWasShown_ |= !shownMessage_.empty();
+    auto controls = identitiesOf(rows);
+    bool pressed = waiting && controls == shownControls_;
+    auto lines = waiting && !pressed ? shownMessage_ : numberedLines(rows, columns_, note);
+    if (waiting && !pressed) controls.clear();
+
+    std::vector<std::string> news;
+    bool sameSheet = !controls.empty() && controls == shownControls_ && lines.size() == shown_.size();
+    for (std::size_t i = 0; i < lines.size(); ++i)
+        if (!sameSheet || lines[i] != shown_[i]) news.push_back(lines[i]);
+    bool isNew = lines != shown_ && !news.empty();
+    if (isNew && !sameSheet && !shown_.empty()) news.insert(news.begin(), "");
+    if (isNew) print(news);
+    shown_ = std::move(lines);
+    shownControls_ = std::move(controls);
+    return isNew;
+}
+
+void LineMode::answerSilence(const Rows& rows) {
+    auto focus = indexOf(terminal_.sheet.rootView().firstResponder(), controlsOf(rows));
+    std::string place = focus ? "; please check [" + std::to_string(*focus + 1) + "]" : "";
+    print({(refused_ ? "That was not accepted" : "Nothing has changed") + place + "."});
+}
+
+void LineMode::takeLine() {
+    std::size_t end = unread_.find('\n');
+    bool lastLine = end == std::string::npos && (inputEnded_ || unread_.size() > longestLine) && !unread_.empty();
+    if (end == std::string::npos && !lastLine) {
+        if (!inputEnded_) return watch(true);
+        closed_ = true;
+        return terminal_.sheet.close();
+    }
+    watch(false);
+    std::string line = unread_.substr(0, end);
+    unread_.erase(0, lastLine ? end : end + 1);
+    if (line.ends_with('\r')) line.pop_back();
+    terminal_.loop.async([this, line] { perform(line); });
+}
+
+void LineMode::watch(bool wanted) {
+    if (wanted == watching_) return;
+    watching_ = wanted;
+    if (!wanted) return terminal_.loop.unwatchInput(terminal_.input);
+    if (isatty(terminal_.input)) {
+        if (!std::exchange(helped_, true)) print({"", lineHelp});
+        writeAll(terminal_.output, "> ");
+    }
+    terminal_.loop.watchInput(terminal_.input, [this] { readInput(); });
+}
+
+void LineMode::readInput() {
+    char bytes[4096];
+    ssize_t count = read(terminal_.input, bytes, sizeof bytes);
+    if (count > 0)
+        unread_.append(bytes, static_cast<std::size_t>(count));
+    else if (count == 0 || (errno != EINTR && errno != EAGAIN))
+        inputEnded_ = true;
+}
+
+void LineMode::perform(const std::string& line) {
+    Rows rows = rowsOf(terminal_.sheet.rootView());
+    Instruction instruction = instructionOf(line, rows);
+    if (!instruction.control) return print({instruction.refusal});
+    auto control = controlsOf(rows)[*instruction.control];
+    if (instruction.item)
+        control.popUp->selectItemAtIndex(*instruction.item);
+    else if (instruction.text)
+        control.field->setStringValue(*instruction.text);
+    else {
+        silent_ = true;
+        press(control.button ? *control.button : *control.checkBox);
+    }
+}
+
+void LineMode::requestEnded(End end, const std::optional<std::string>& unopened) {
+    watch(false);
+    if (end == End::cancelled) return;
+    if (unopened) return print({noBrowser, harmless(*unopened)});
+    auto message = messageLines(rowsOf(terminal_.sheet.rootView()), columns_, terminal_.clipboard.note());
+    if (message != shownMessage_) print(message);
+}
+
+void LineMode::print(const std::vector<std::string>& lines) const {
+    std::string bytes;
+    for (auto& line : lines) bytes += line + "\n";
+    writeAll(terminal_.output, bytes);
+}
+
+}  // namespace tobrel::terminal

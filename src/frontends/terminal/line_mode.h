@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "frontends/terminal/mode.h"
+#include "frontends/terminal/sheet_rows.h"
+
+namespace tobrel::terminal {
+
+// Prints the sheet as text and takes one line of input at a time, for scripts and for terminals that can do no more.
+class LineMode : public Mode {
+public:
+    explicit LineMode(const Terminal& terminal);
+    ~LineMode() override;
+
+    void appear() override;
+    void mainQueueRanDry(bool changed) override;
+    void beeped() override { refused_ = true; }
+    void requestEnded(End end, const std::optional<std::string>& unopened) override;
+
+private:
+    bool show(const Rows& rows, bool waiting);
+    void takeLine();
+    void readInput();
+    void watch(bool wanted);
+    void perform(const std::string& line);
+    void answerSilence(const Rows& rows);
+    void print(const std::vector<std::string>& lines) const;
+
+    const Terminal& terminal_;
+    const int columns_;
+    bool appeared_ = false;
+    bool somethingWasShown_ = false;
+    bool closed_ = false;
+    // An instruction was carried out, and nothing has been printed since.
+    bool silent_ = false;
+    bool refused_ = false;
+
+    std::string unread_;
+    bool inputEnded_ = false;
+    bool watching_ = false;
+    bool helped_ = false;
+
+    std::vector<std::string> shown_;
+    std::vector<std::uint64_t> shownControls_;
+    std::vector<std::string> shownMessage_;
+};
+
+}  // namespace tobrel::terminal

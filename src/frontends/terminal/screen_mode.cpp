@@ -1,0 +1,288 @@
+#include "frontends/terminal/screen_mode.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include "frontends/terminal/clipboard.h"
+#include "frontends/terminal/hint.h"
+#include "frontends/terminal/output.h"
+#include "platform/front_end.h"
+#include "platform/harmless_text.h"
+#include "platform/main_loop.h"
+
+namespace tobrel::terminal {
+
+namespace {
+
+// Within this time the rest of a key's sequence follows, over slow lines as well.
+constexpr std::chrono::milliseconds sequenceTime{60};
+
+std::string cursorMove(int count, char direction) {
+    std::string sequence;
+    if (count > 0) sequence.append("\x1B[").append(std::to_string(count)).append(1, direction);
+    return sequence;
+}
+
+NSView* firstChoice(const Rows& rows) {
+    if (NSButton* button = defaultButton(rows)) return button;
+    // Without a default button the closing one, which can do no harm.
+    auto controls = controlsOf(rows);
+    for (auto control = controls.rbegin(); control != controls.rend(); ++control)
+        if (control->isEnabled()) return &control->view();
+    return nullptr;
+}
+
+}  // namespace
+
+ScreenMode::~ScreenMode() {
+    if (!raw_) return;
+    terminal_.loop.setTimer({}, nullptr);
+    terminal_.loop.unwatchInput(terminal_.input);
+    terminal_.loop.unwatchInput(raw_->eventDescriptor());
+}
+
+void ScreenMode::appear() {
+    raw_ = std::make_unique<RawTerminal>(terminal_.input, terminal_.output);
+    terminal_.loop.watchInput(terminal_.input, [this] { readKeys(); });
+    terminal_.loop.watchInput(raw_->eventDescriptor(), [this] { takeEvents(); });
+    // The first sheet shows from the next time the main queue has run dry.
+    terminal_.loop.async([] {});
+}
+
+void ScreenMode::mainQueueRanDry(bool changed) {
+    if (!raw_) return;
+    dirty_ |= changed || noteText_ != terminal_.clipboard.note().text;
+    if (std::exchange(dirty_, false)) draw();
+    // One key's doing is on the screen before the next one counts.
+    if (!keys_.empty()) terminal_.loop.async([this] { handleKeys(); });
+}
+
+void ScreenMode::readKeys() {
+    char bytes[4096];
+    ssize_t count = read(terminal_.input, bytes, sizeof bytes);
+    if (count < 0 && (errno == EINTR || errno == EAGAIN)) return;
+    if (count <= 0) {
+        terminal_.loop.unwatchInput(terminal_.input);
+        return close();
+    }
+    for (auto& press : reader_.take({bytes, static_cast<std::size_t>(count)})) keys_.push_back(std::move(press));
+    expectMoreKeys();
+}
+
+void ScreenMode::expectMoreKeys() {
+    if (!reader_.isUnfinished()) return terminal_.loop.setTimer({}, nullptr);
+    terminal_.loop.setTimer(sequenceTime, [this] {
+        for (auto& press : reader_.finish()) keys_.push_back(std::move(press));
+    });
+}
+
+void ScreenMode::takeEvents() {
+    auto events = raw_->takeEvents();
+    if (events.stopping) suspend();
+    if (events.continued) raw_->enter();
+    dirty_ = true;
+}
+
+void ScreenMode::close() {
+    keys_.clear();
+    terminal_.sheet.close();
+}
+
+void ScreenMode::handleKeys() {
+    while (!keys_.empty()) {
+        KeyPress press = std::move(keys_.front());
+        keys_.pop_front();
+        handle(press);
+    }
+}
+
+void ScreenMode::handle(const KeyPress& press) {
+    dirty_ = true;
+    Rows rows = rowsOf(terminal_.sheet.rootView());
+    settleFocus(rows);
+    auto controls = controlsOf(rows);
+    const Piece* focus = focusIndex_ ? &controls[*focusIndex_] : nullptr;
+    if (focus && focus->field && editField(*focus->field, press)) return;
+    if (focus && focus->popUp && changePopUp(*focus->popUp, press)) return;
+    switch (press.key) {
+        case Key::escape:
+        case Key::close:
+            return close();
+        case Key::suspend:
+            return suspend();
+        case Key::redraw:
+            frame_ = {};
+            return;
+        case Key::enter:
+            return pressEnter(rows, focus);
+        case Key::tab:
+        case Key::down:
+        case Key::right:
+            return moveFocus(controls, 1);
+        case Key::backTab:
+        case Key::up:
+        case Key::left:
+            return moveFocus(controls, -1);
+        case Key::pageDown:
+            return page(controls, 1);
+        case Key::pageUp:
+            return page(controls, -1);
+        case Key::home:
+            if (!controls.empty()) controls.front().view().becomeFirstResponder();
+            return;
+        case Key::end:
+            if (!controls.empty()) controls.back().view().becomeFirstResponder();
+            return;
+        case Key::text:
+            if (press.text != " " || !focus) return;
+            if (focus->checkBox) terminal::press(*focus->checkBox);
+            if (focus->button) pressButton(*focus->button);
+            return;
+        default:
+            return;
+    }
+}
+
+bool ScreenMode::editField(NSTextField& field, const KeyPress& press) {
+    if (!field.isEnabled() || !edit(edit_, press)) return false;
+    field.setStringValue(edit_.text);
+    return true;
+}
+
+bool ScreenMode::changePopUp(NSPopUpButton& popUp, const KeyPress& press) {
+    int count = static_cast<int>(popUp.itemTitles().size());
+    if (!popUp.isEnabled() || count == 0) return false;
+    int selected = popUp.indexOfSelectedItem();
+    if (press.key == Key::up || press.key == Key::left)
+        selected = std::max(selected - 1, 0);
+    else if (press.key == Key::down || press.key == Key::right)
+        selected = std::min(selected + 1, count - 1);
+    else if (press == KeyPress{Key::text, " "})
+        selected = (selected + 1) % count;
+    else
+        return false;
+    popUp.selectItemAtIndex(selected);
+    return true;
+}
+
+void ScreenMode::pressEnter(const Rows& rows, const Piece* focus) {
+    if (focus && focus->button) return pressButton(*focus->button);
+    if (NSButton* button = defaultButton(rows)) pressButton(*button);
+}
+
+void ScreenMode::pressButton(NSButton& button) {
+    // What was typed ahead was meant for the sheet as it was.
+    keys_.clear();
+    terminal::press(button);
+}
+
+void ScreenMode::suspend() {
+    writeAll(terminal_.output, erasing());
+    frame_ = {};
+    raw_->stopJob();
+}
+
+void ScreenMode::settleFocus(const Rows& rows) {
+    auto& root = terminal_.sheet.rootView();
+    auto controls = controlsOf(rows);
+    auto index = indexOf(root.firstResponder(), controls);
+    if (!index) {
+        resumeIndex_ = focusIndex_;
+        if (NSView* choice = firstChoice(rows)) choice->becomeFirstResponder();
+        index = indexOf(root.firstResponder(), controls);
+    } else if (index != focusIndex_) {
+        resumeIndex_.reset();
+    }
+    focusIndex_ = index;
+    NSTextField* field = index ? controls[*index].field : nullptr;
+    if (!field) {
+        editedField_ = 0;
+    } else if (editedField_ != field->id()) {
+        editedField_ = field->id();
+        edit_ = entered(field->stringValue());
+    } else if (edit_.text != field->stringValue()) {
+        edit_ = {field->stringValue(), field->stringValue().size()};
+    }
+}
+
+void ScreenMode::moveFocus(const std::vector<Piece>& controls, int direction) {
+    int count = static_cast<int>(controls.size());
+    if (count == 0) return;
+    int index = static_cast<int>(focusIndex_.value_or(0));
+    if (auto resume = std::exchange(resumeIndex_, std::nullopt))
+        index = static_cast<int>(*resume) - (direction > 0 ? 1 : 0);
+    for (int steps = 0; steps < count; ++steps) {
+        index = ((index + direction) % count + count) % count;
+        if (!controls[static_cast<std::size_t>(index)].isEnabled()) continue;
+        return controls[static_cast<std::size_t>(index)].view().becomeFirstResponder();
+    }
+}
+
+void ScreenMode::page(const std::vector<Piece>& controls, int direction) {
+    std::size_t height = frame_.bodyLines;
+    scroll_ = direction > 0 ? scroll_ + height : scroll_ - std::min(scroll_, height);
+    for (std::size_t i = 0; i < controls.size() && i < controlLines_.size(); ++i) {
+        bool visible = controlLines_[i] >= scroll_ && controlLines_[i] < scroll_ + height;
+        if (visible && controls[i].isEnabled()) return controls[i].view().becomeFirstResponder();
+    }
+}
+
+void ScreenMode::draw() {
+    Rows rows = rowsOf(terminal_.sheet.rootView());
+    settleFocus(rows);
+    TerminalSize size = sizeOfTerminal(terminal_.output);
+    LayoutInput input;
+    input.columns = size.columns;
+    input.styling = terminal_.environment.noColor ? Styling::plain : Styling::styled;
+    input.focus = focusIndex_ ? terminal_.sheet.rootView().firstResponder() : nullptr;
+    input.edit = edit_;
+    input.note = terminal_.clipboard.note();
+    SheetLines lines = layOut(rows, input);
+    Frame frame = compose(lines, hintFor(rows, input.focus, size.columns - 3), size, scroll_);
+    scroll_ = frame.scroll;
+    controlLines_ = std::move(lines.controlLines);
+    noteText_ = input.note.text;
+    if (frame == frame_ && size == size_) return;
+
+    size_ = size;
+    // One batch between the marks of a synchronized update, so that nothing flickers.
+    std::string bytes = "\x1B[?2026h\x1B[?25l" + erasing();
+    frame_ = std::move(frame);
+    bytes += encoded(frame_.lines, input.styling);
+    if (frame_.cursor) {
+        bytes += "\r" + cursorMove(static_cast<int>(frame_.lines.size() - 1 - frame_.cursor->line), 'A');
+        bytes += cursorMove(frame_.cursor->column, 'C') + "\x1B[?25h";
+    }
+    writeAll(terminal_.output, bytes + "\x1B[?2026l");
+}
+
+// Takes what was drawn off the screen, the cursor standing where the first line began.
+std::string ScreenMode::erasing() const {
+    if (frame_.lines.empty()) return "";
+    return "\r" + cursorMove(rowsAbove(frame_, sizeOfTerminal(terminal_.output).columns), 'A') + "\x1B[J";
+}
+
+void ScreenMode::requestEnded(End end, const std::optional<std::string>& unopened) {
+    if (!raw_) return;
+    TerminalSize size = sizeOfTerminal(terminal_.output);
+    std::vector<std::string> message;
+    if (end == End::completed && unopened)
+        message = {noBrowser, harmless(*unopened)};
+    else if (end == End::completed)
+        message = messageLines(rowsOf(terminal_.sheet.rootView()), size.columns - 1, terminal_.clipboard.note());
+    auto most = static_cast<std::size_t>(std::max(size.rows - 2, 1));
+    if (message.size() > most) {
+        std::string more = "… and " + std::to_string(message.size() - most) + " more lines";
+        message.resize(most);
+        message.push_back(more);
+    }
+    std::string bytes = erasing() + "\x1B[?25h";
+    for (auto& line : message) bytes += line + "\r\n";
+    writeAll(terminal_.output, bytes);
+    frame_ = {};
+}
+
+}  // namespace tobrel::terminal

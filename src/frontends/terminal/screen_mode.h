@@ -1,0 +1,69 @@
+#pragma once
+
+#include <deque>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "frontends/terminal/frame.h"
+#include "frontends/terminal/keys.h"
+#include "frontends/terminal/mode.h"
+#include "frontends/terminal/raw_terminal.h"
+
+namespace tobrel::terminal {
+
+// Draws the sheet in place, below where the cursor stood, and takes single keys.
+class ScreenMode : public Mode {
+public:
+    explicit ScreenMode(const Terminal& terminal) : terminal_(terminal) {}
+    ~ScreenMode() override;
+
+    void appear() override;
+    void mainQueueRanDry(bool changed) override;
+    void beeped() override {}
+    void requestEnded(End end, const std::optional<std::string>& unopened) override;
+
+private:
+    // What came from the terminal.
+    void readKeys();
+    void takeEvents();
+    void expectMoreKeys();
+    void close();
+
+    // What a key does.
+    void handleKeys();
+    void handle(const KeyPress& press);
+    bool editField(NSTextField& field, const KeyPress& press);
+    static bool changePopUp(NSPopUpButton& popUp, const KeyPress& press);
+    void pressEnter(const Rows& rows, const Piece* focus);
+    void pressButton(NSButton& button);
+    void suspend();
+
+    // Where the focus is. The view tree keeps it, so that the sheet's own wishes and the user's keys agree.
+    void settleFocus(const Rows& rows);
+    void moveFocus(const std::vector<Piece>& controls, int direction);
+    void page(const std::vector<Piece>& controls, int direction);
+
+    void draw();
+    std::string erasing() const;
+
+    const Terminal& terminal_;
+    std::unique_ptr<RawTerminal> raw_;
+    KeyReader reader_;
+    std::deque<KeyPress> keys_;
+    bool dirty_ = true;
+
+    Frame frame_;
+    TerminalSize size_;
+    std::size_t scroll_ = 0;
+    std::vector<std::size_t> controlLines_;
+    std::string noteText_;
+
+    std::uint64_t editedField_ = 0;
+    FieldEdit edit_;
+    std::optional<std::size_t> focusIndex_;
+    // The place in the order of controls at which the focus was lost, until it moves on.
+    std::optional<std::size_t> resumeIndex_;
+};
+
+}  // namespace tobrel::terminal

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "frontends/terminal/terminal_environment.h"
+#include "platform/front_end.h"
+
+namespace tobrel {
+
+namespace terminal {
+class Clipboard;
+class Mode;
+struct Terminal;
+}  // namespace terminal
+
+// Shows the sheet as text: drawn in place and driven by single keys where both descriptors are a terminal that can do
+// that, otherwise line by line. SIGPIPE must be ignored by the host.
+class TerminalFrontEnd : public FrontEnd {
+public:
+    // An input of -1 has nothing to say. The browser outlives the front end.
+    TerminalFrontEnd(int input, int output, TerminalEnvironment environment, NSWorkspace& browser);
+    ~TerminalFrontEnd() override;
+
+    std::optional<std::string> obstacle() const override { return std::nullopt; }
+    void attach(Sheet& sheet, MainLoop& loop) override;
+    void appear() override;
+    void mainQueueRanDry(bool changed) override;
+    void requestEnded(const std::optional<NSError>& cancelled, bool changed) override;
+    OSLogSink* logSink() override { return nullptr; }
+
+    // A terminal's clipboard cannot be emptied: its content stays until the next text.
+    void clearContents() override {}
+    void setString(const std::string& text, const std::string& type) override;
+    bool openURL(const std::string& url) override;
+    void beep() override;
+
+private:
+    bool isInteractive() const;
+
+    const int input_;
+    const int output_;
+    const TerminalEnvironment environment_;
+    NSWorkspace& browser_;
+    // Declared in the order of their use: the mode goes first.
+    std::unique_ptr<terminal::Clipboard> clipboard_;
+    std::unique_ptr<terminal::Terminal> terminal_;
+    std::unique_ptr<terminal::Mode> mode_;
+    std::optional<std::string> unopened_;
+};
+
+}  // namespace tobrel
