@@ -23,7 +23,7 @@ list(REMOVE_ITEM linux_parts ${online_parts})
 add_library(tobrel_linux STATIC ${linux_parts})
 target_link_libraries(tobrel_linux PUBLIC tobrel_platform ${SQLITE} m ${CMAKE_DL_LIBS})
 add_library(tobrel_linux_online STATIC ${online_parts})
-target_link_libraries(tobrel_linux_online PUBLIC tobrel_platform PkgConfig::CURL PkgConfig::SECRET PkgConfig::GCRYPT
+target_link_libraries(tobrel_linux_online PUBLIC tobrel_linux PkgConfig::CURL PkgConfig::SECRET PkgConfig::GCRYPT
   PkgConfig::GIO PkgConfig::ICU ${BOOST_JSON})
 
 tobrel_layer(tobrel_json_front_end frontends/json tobrel_platform ${BOOST_JSON})

@@ -12,7 +12,7 @@ namespace json = boost::json;
 constexpr const char* notThere = "This item is not in your Tobrel any more.";
 constexpr const char* onlyFolders = "Only folders can be shared with other Tobrel users.";
 
-std::string quoted(const std::string& name) {
+std::string inQuotes(const std::string& name) {
     return "“" + name + "”";
 }
 
@@ -135,7 +135,7 @@ Answer Service::createGrant(const Request& request, const json::object& body) {
     if (!folder->isFolder || !folder->place) return refusal(400, onlyFolders);
     if (folder->through)
         return refusal(403, "Only " + folder->through->folder.owner + " can share " +
-                                quoted(lastPieceOf(folder->path)) + " with others.");
+                                inQuotes(lastPieceOf(folder->path)) + " with others.");
     if (folder->path.empty()) return refusal(400, "The whole storage cannot be shared. Choose a folder in it.");
     std::string role = textIn(body, "role");
     if (role != "read" && role != "write") return refusal(400, "A folder is shared for reading or for writing.");

@@ -30,7 +30,7 @@ Outcome<Done> addLines(FileProviderRegistry::ItemEdit& edit, std::string_view li
         std::string_view line = lines.substr(0, lines.find('\n'));
         lines.remove_prefix(std::min(line.size() + 1, lines.size()));
         std::size_t tab = line.find('\t');
-        auto added = tab == line.npos ? Failure{quoted(line) + " is not ITEM, a tab and PATH."}
+        auto added = tab == line.npos ? Failure{inQuotes(line) + " is not ITEM, a tab and PATH."}
                                       : edit.add(line.substr(0, tab), line.substr(tab + 1));
         if (!added) return Failure{"Line " + std::to_string(number) + ": " + added.failure().sentence};
     }
@@ -55,7 +55,7 @@ int list(FileProviderRegistry& registry, const std::string& identifier, bool jso
     auto snapshot = registry.read();
     if (!snapshot) return failed(snapshot.failure().sentence);
     const RegisteredDomain* domain = (*snapshot)->domain(identifier);
-    if (!domain) return failed("There is no domain " + quoted(identifier) + ".");
+    if (!domain) return failed("There is no domain " + inQuotes(identifier) + ".");
     auto listed = (*snapshot)->listItems(*domain, [&](std::string_view item, std::string_view path) {
         std::string line = json ? "{\"item\":" + jsonString(item) + ",\"path\":" + jsonString(path) + "}\n"
                                 : plainField(item) + "\t" + plainField(path) + "\n";

@@ -42,7 +42,22 @@ std::string plainField(std::string_view bytes) {
 }
 
 std::string jsonString(std::string_view bytes) {
-    return boost::json::serialize(wellFormedUtf8(bytes));
+    std::string text = boost::json::serialize(wellFormedUtf8(bytes));
+    if (harmless(text) == text) return text;
+    std::string safe;
+    for (std::string_view rest = text; !rest.empty();) {
+        CodePoint character = firstCodePoint(rest);
+        std::string_view itself = rest.substr(0, character.length);
+        rest.remove_prefix(character.length);
+        if (harmless(itself) == itself) {
+            safe += itself;
+        } else {
+            char escape[8];
+            std::snprintf(escape, sizeof escape, "\\u%04X", static_cast<unsigned>(*character.value));
+            safe += escape;
+        }
+    }
+    return safe;
 }
 
 }  // namespace tobrel::admin

@@ -9,7 +9,8 @@ namespace tobrel::admin {
 // or would drive a terminal. Reads back without loss.
 std::string plainField(std::string_view bytes);
 
-// As a JSON string, quotation marks included; what is no UTF-8 becomes U+FFFD.
+// As a JSON string, quotation marks included, with escapes for what would drive a terminal; what is no UTF-8 becomes
+// U+FFFD.
 std::string jsonString(std::string_view bytes);
 
 }  // namespace tobrel::admin

@@ -90,12 +90,12 @@ int runPins(const Invocation& invocation) {
     std::string path = users.homeDirectory().value_or(users.NSHomeDirectory()) + "/.tobrel/pinned_pending.json";
     struct stat status {};
     if (stat(path.c_str(), &status) != 0 && errno == ENOENT) return 0;
-    if (!PosixFiles().open(path)) return failed(quoted(path) + " is no file that can be read.");
+    if (!PosixFiles().open(path)) return failed(inQuotes(path) + " is no file that can be read.");
     // Checked before anything is printed.
     if (!pass(path, Format::nothing))
-        return failed(quoted(path) + " is no queue of pin requests; the next pin command starts it anew.");
+        return failed(inQuotes(path) + " is no queue of pin requests; the next pin command starts it anew.");
     if (pass(path, invocation.json ? Format::json : Format::plain)) return 0;
-    return failed(quoted(path) + " was replaced while it was read; try again.");
+    return failed(inQuotes(path) + " was replaced while it was read; try again.");
 }
 
 }  // namespace tobrel::admin

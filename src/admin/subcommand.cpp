@@ -28,7 +28,7 @@ int misused(const std::string& sentence) {
 
 int noSuchWord(const std::string& kind, const std::string& word, const std::vector<std::string>& known) {
     auto nearest = nearestWord(word, known);
-    return misused("there is no " + kind + " " + quoted(word) +
+    return misused("there is no " + kind + " " + inQuotes(word) +
                    (nearest ? "; did you mean " + *nearest + "?" : "; see tobrel-admin --help"));
 }
 

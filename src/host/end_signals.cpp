@@ -25,6 +25,11 @@ void blockEndSignals() {
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 }
 
+void unblockEndSignals() {
+    sigset_t signals = endSignals();
+    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+}
+
 EndSignals::EndSignals(MainLoop& loop, std::function<void()> handler)
     : loop_(loop), descriptor_([] {
           sigset_t signals = endSignals();

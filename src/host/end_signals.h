@@ -11,6 +11,8 @@ namespace tobrel::host {
 
 // The signals that ask the program to end, blocked for this thread and those that it starts. Before the first thread.
 void blockEndSignals();
+// From now on each ends the process again.
+void unblockEndSignals();
 
 // While it lives, the handler runs on the main loop at each of them. They must be blocked.
 class EndSignals {

@@ -23,7 +23,7 @@ public:
 private:
     const std::unique_ptr<Keychain> keychain_;
     IcuTextServices text_;
-    GioWorkspace browser_;
+    GioBrowser browser_;
     std::unique_ptr<URLSession> urlSession_ = std::make_unique<CurlURLSession>();
 };
 

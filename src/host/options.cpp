@@ -121,7 +121,7 @@ private:
             }
             known.emplace_back(command.word);
         }
-        return UsageError{"there is no command " + quoted(word) + suggestion(word, known)};
+        return UsageError{"there is no command " + inQuotes(word) + suggestion(word, known)};
     }
 
     std::optional<End> readOption(int letter) {
@@ -153,7 +153,7 @@ private:
             case 'V':
                 return Information{"tobrel-action " TOBREL_VERSION "\n"};
             case ':':
-                return UsageError{quoted(words_[optind - 1]) + " needs a value"};
+                return UsageError{inQuotes(words_[optind - 1]) + " needs a value"};
             default:
                 return unknownOption(words_[optind - 1]);
         }
@@ -168,21 +168,21 @@ private:
         }
         std::vector<std::string> known;
         for (const auto& choice : choices) known.push_back(choice.first);
-        return UsageError{option + " does not take " + quoted(word) + suggestion(word, known)};
+        return UsageError{option + " does not take " + inQuotes(word) + suggestion(word, known)};
     }
 
     std::optional<End> readHome(const std::string& folder) {
         if (folder.empty()) return UsageError{"--home needs a folder"};
         std::error_code error;
         auto absolute = std::filesystem::absolute(folder, error);
-        if (error) return UsageError{"--home " + quoted(folder) + ": the working folder has gone"};
+        if (error) return UsageError{"--home " + inQuotes(folder) + ": the working folder has gone"};
         options_.home = absolute.lexically_normal().native();
         return std::nullopt;
     }
 
     static UsageError unknownOption(std::string word) {
         word = word.substr(0, word.find('='));
-        return UsageError{"there is no option " + quoted(word) +
+        return UsageError{"there is no option " + inQuotes(word) +
                           suggestion(word, {std::begin(optionWords), std::end(optionWords)})};
     }
 

@@ -43,7 +43,7 @@ ExitStatus run(const Options& options, MakeOnlineParts makeOnlineParts) {
     if (options.itemsFrom) {
         auto content = readAll(*options.itemsFrom);
         if (auto* error = std::get_if<std::error_code>(&content)) {
-            say("--items-from " + quoted(*options.itemsFrom) + " cannot be read: " + error->message());
+            say("--items-from " + inQuotes(*options.itemsFrom) + " cannot be read: " + error->message());
             return wrongUsage;
         }
         for (auto& item : itemsOf(std::get<std::string>(content), options.itemsEndWithNul))
@@ -60,6 +60,8 @@ ExitStatus run(const Options& options, MakeOnlineParts makeOnlineParts) {
 
     Delivery delivery = deliver(options, composition.selection());
     auto error = runRequest(delivery, composition.frontEnd(), composition.loop());
+    // The front end may still wait for a reader that never comes.
+    unblockEndSignals();
     composition.finishSignals();
     if (!error) return completed;
     say(error->domain + " " + std::to_string(error->code) + ": " + error->localizedDescription());

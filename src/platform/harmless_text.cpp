@@ -38,7 +38,7 @@ std::string harmless(std::string_view text) {
     return result;
 }
 
-std::string quoted(std::string_view text) {
+std::string inQuotes(std::string_view text) {
     return "“" + harmless(text) + "”";
 }
 

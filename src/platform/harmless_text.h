@@ -11,6 +11,6 @@ namespace tobrel {
 std::string harmless(std::string_view text);
 
 // The same between curly quotation marks.
-std::string quoted(std::string_view text);
+std::string inQuotes(std::string_view text);
 
 }  // namespace tobrel

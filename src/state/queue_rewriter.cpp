@@ -1,6 +1,8 @@
 #include "state/queue_rewriter.h"
 
+#include <algorithm>
 #include <cstring>
+#include <string_view>
 
 #include "platform/files.h"
 #include "state/json_stream.h"
@@ -103,7 +105,10 @@ private:
             } else if (c == '{' || c == '[') {
                 ++depth_;
             } else if (c == '}' || c == ']') {
-                if (--depth_ == 0) return at + 1;
+                inExponent = false;
+                if (--depth_ > 0) continue;
+                ++at;
+                break;
             } else {
                 inExponent = c == 'e' || c == 'E' || (inExponent && (c == '+' || c == '-'));
             }

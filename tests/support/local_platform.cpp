@@ -46,7 +46,8 @@ struct LocalPlatform::Parts {
     platform::Platform platform{users, files, log, mainQueue, fileProvider};
 };
 
-LocalPlatform::LocalPlatform(const std::string& home) : parts_(new Parts{.users = PosixUserDatabase(home)}) {
+LocalPlatform::LocalPlatform(const std::string& home, std::chrono::milliseconds lockPatience)
+    : parts_(new Parts{.users = PosixUserDatabase(home), .files = PosixFiles(lockPatience)}) {
     platform::install(&parts_->platform, nullptr);
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
+#include <string>
 
 #include "platform/platform.h"
 
@@ -10,7 +12,7 @@ namespace tobrel::testing {
 // there: whoever touches more ends the program.
 class LocalPlatform {
 public:
-    explicit LocalPlatform(const std::string& home);
+    explicit LocalPlatform(const std::string& home, std::chrono::milliseconds lockPatience = std::chrono::seconds(5));
     ~LocalPlatform();
 
 private:

@@ -14,7 +14,7 @@ namespace {
 
 constexpr double longestWait = 1e9;
 
-std::string quoted(std::string_view name) {
+std::string inQuotes(std::string_view name) {
     return "“" + std::string(name) + "”";
 }
 
@@ -52,7 +52,7 @@ public:
 
     void expectOne(const char* one, const char* other) {
         if (object_.contains(one) == object_.contains(other))
-            fail("It takes either " + quoted(one) + " or " + quoted(other) + ".");
+            fail("It takes either " + inQuotes(one) + " or " + inQuotes(other) + ".");
     }
 
     void fail(std::string message) {
@@ -63,7 +63,7 @@ public:
     std::string problem() {
         for (auto& member : object_)
             if (std::find(read_.begin(), read_.end(), member.key()) == read_.end())
-                fail("It takes no " + quoted(member.key()) + ".");
+                fail("It takes no " + inQuotes(member.key()) + ".");
         return problem_;
     }
 
@@ -75,13 +75,13 @@ private:
         const json::value* member = object_.if_contains(name);
         if (!member) return std::nullopt;
         std::optional<Value> value = convert(*member);
-        if (!value) fail(quoted(name) + " must be " + expected + ".");
+        if (!value) fail(inQuotes(name) + " must be " + expected + ".");
         return value;
     }
 
     template <class Value>
     Value required(const char* name, std::optional<Value> value) {
-        if (!value) fail("It needs " + quoted(name) + ".");
+        if (!value) fail("It needs " + inQuotes(name) + ".");
         return value.value_or(Value());
     }
 

@@ -120,6 +120,7 @@ void JsonFrontEnd::takeInstruction() {
     if (auto line = lines_.next()) {
         loop_->async([this, line = std::move(*line)] { carryOut(line); });
     } else if (lines_.hasEnded()) {
+        if (input_ == noInput && !sheet_user::hasResult(sheet_->rootView())) return;
         takesInstructions_ = false;
         sheet_->close();
     }

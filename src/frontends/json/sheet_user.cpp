@@ -129,4 +129,12 @@ bool sees(NSView& root, const instruction::Wait& wait) {
     });
 }
 
+bool hasResult(const NSView& root) {
+    for (auto& [view, isVisible] : viewsFromTheTop(root)) {
+        auto* label = dynamic_cast<const NSTextField*>(view.get());
+        if (label && isVisible && !label->stringValue().empty() && !label->stringValue().ends_with("…")) return true;
+    }
+    return false;
+}
+
 }  // namespace tobrel::sheet_user

@@ -23,8 +23,10 @@ namespace {
 constexpr std::size_t longestText = 74'000;
 constexpr int patienceInMilliseconds = 1000;
 
-constexpr const char* reachedTmux = "It is in tmux’s buffer; tmux has offered it to your terminal, too.";
-constexpr const char* reachedTerminal = "Your terminal was asked to take it. Nothing to paste? Then copy it from here.";
+constexpr const char* reachedTmux =
+    "The address is in tmux’s buffer. tmux hands it on to your terminal where that is allowed.";
+constexpr const char* reachedTerminal =
+    "Your terminal was asked to take the address. If there is nothing to paste, copy it from above.";
 constexpr const char* reachedNothing = "No clipboard can be reached from here. Please copy the address above.";
 
 std::string base64(std::string_view text) {
@@ -105,7 +107,8 @@ void Clipboard::set(const std::string& text, MainLoop& loop) {
 
 bool Clipboard::sendToTerminal() const {
     auto sequence = clipboardSequence(note_.about);
-    if (!sequence || !environment_.takesEscapeSequences()) return false;
+    // The Linux console has no clipboard.
+    if (!sequence || !environment_.takesEscapeSequences() || environment_.term == "linux") return false;
     if (isatty(output_)) return writeAll(output_, *sequence);
     Descriptor terminal(open(environment_.controllingTerminal.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC));
     return terminal.number() >= 0 && isatty(terminal.number()) && writeAll(terminal.number(), *sequence);

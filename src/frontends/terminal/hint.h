@@ -6,7 +6,7 @@
 
 namespace tobrel::terminal {
 
-// The keys that do something now, in a line.
-std::string hintFor(const Rows& rows, const NSView* focus);
+// The keys that do something now, in a line that fits.
+std::string hintFor(const Rows& rows, const NSView* focus, int columns);
 
 }  // namespace tobrel::terminal

@@ -56,16 +56,18 @@ std::optional<Key> keyOfControl(char byte) {
     }
 }
 
-// The sequence without its introducer ("ESC [" or "ESC O"); a modifier makes no difference.
+// The sequence without its Escape; a modifier makes no difference.
 std::optional<Key> keyOfSequence(std::string_view sequence) {
-    static const std::map<char, Key> letters = {{'A', Key::up},      {'B', Key::down}, {'C', Key::right},
-                                                {'D', Key::left},    {'H', Key::home}, {'F', Key::end},
-                                                {'Z', Key::backTab}, {'M', Key::enter}};
+    static const std::map<char, Key> letters = {{'A', Key::up},     {'B', Key::down}, {'C', Key::right},
+                                                {'D', Key::left},   {'H', Key::home}, {'F', Key::end},
+                                                {'Z', Key::backTab}};
     static const std::map<std::string_view, Key> numbers = {
         {"1", Key::home},   {"7", Key::home},     {"4", Key::end},          {"8", Key::end},
         {"5", Key::pageUp}, {"6", Key::pageDown}, {"3", Key::deleteForward}};
+    if (sequence == "OM") return Key::enter;
+    if (sequence.starts_with("[[") || sequence.starts_with("[<")) return std::nullopt;
     if (sequence.back() == '~') {
-        auto number = numbers.find(sequence.substr(0, sequence.find_first_of(";~")));
+        auto number = numbers.find(sequence.substr(1, sequence.find_first_of(";~") - 1));
         if (number != numbers.end()) return number->second;
         return std::nullopt;
     }
@@ -87,9 +89,15 @@ std::size_t sequenceLength(std::string_view bytes) {
 // How many bytes the UTF-8 character needs that this byte begins.
 std::size_t announcedLength(char first) {
     auto byte = static_cast<unsigned char>(first);
+    if (byte >= 0xF8) return 1;
     if (byte >= 0xF0) return 4;
     if (byte >= 0xE0) return 3;
     return byte >= 0xC0 ? 2 : 1;
+}
+
+bool isBeginningOfCharacter(std::string_view bytes) {
+    auto continues = [](char byte) { return (byte & 0xC0) == 0x80; };
+    return bytes.size() < announcedLength(bytes.front()) && std::all_of(bytes.begin() + 1, bytes.end(), continues);
 }
 
 std::string withoutControls(std::string_view text) {
@@ -142,7 +150,7 @@ bool KeyReader::takeOne(std::vector<KeyPress>& presses) {
         std::string sequence = rest_.substr(0, length);
         rest_.erase(0, length);
         pasting_ = sequence == pasteStart;
-        if (auto key = keyOfSequence(std::string_view(sequence).substr(2))) presses.push_back({*key, ""});
+        if (auto key = keyOfSequence(std::string_view(sequence).substr(1))) presses.push_back({*key, ""});
         return true;
     }
     if (auto byte = static_cast<unsigned char>(first); byte < 0x20 || byte == 0x7F) {
@@ -151,7 +159,7 @@ bool KeyReader::takeOne(std::vector<KeyPress>& presses) {
         return true;
     }
     CodePoint character = firstCodePoint(rest_);
-    if (!character.value && rest_.size() < announcedLength(first)) return false;
+    if (!character.value && isBeginningOfCharacter(rest_)) return false;
     std::string typed = withoutControls(std::string_view(rest_).substr(0, character.length));
     rest_.erase(0, character.length);
     if (!typed.empty()) presses.push_back({Key::text, typed});

@@ -61,6 +61,7 @@ void LineMode::mainQueueRanDry(bool changed) {
 // What the sheet says; once it can be answered, its numbered controls, too. The same sheet again: only what is new.
 bool LineMode::show(const Rows& rows, bool waiting) {
     auto& note = terminal_.clipboard.note();
+    if (showNoteAlone(rows, note)) return true;
     shownMessage_ = messageLines(rows, columns_, note);
     somethingWasShown_ |= !shownMessage_.empty();
     auto controls = identitiesOf(rows);
@@ -77,7 +78,19 @@ bool LineMode::show(const Rows& rows, bool waiting) {
     if (isNew) print(news);
     shown_ = std::move(lines);
     shownControls_ = std::move(controls);
+    shownNote_ = note;
     return isNew;
+}
+
+// The clipboard may answer when its message has already been printed.
+bool LineMode::showNoteAlone(const Rows& rows, const Note& note) {
+    bool isNews = note.about == shownNote_.about && note.text != shownNote_.text;
+    if (!isNews || shown_.empty() || shown_ != numberedLines(rows, columns_, shownNote_)) return false;
+    print({note.text});
+    shownNote_ = note;
+    shown_ = numberedLines(rows, columns_, note);
+    shownMessage_ = messageLines(rows, columns_, note);
+    return true;
 }
 
 void LineMode::answerSilence(const Rows& rows) {
@@ -140,7 +153,9 @@ void LineMode::requestEnded(End end, const std::optional<std::string>& unopened)
     watch(false);
     if (end == End::cancelled) return;
     if (unopened) return print({noBrowser, harmless(*unopened)});
-    auto message = messageLines(rowsOf(terminal_.sheet.rootView()), columns_, terminal_.clipboard.note());
+    Rows rows = rowsOf(terminal_.sheet.rootView());
+    showNoteAlone(rows, terminal_.clipboard.note());
+    auto message = messageLines(rows, columns_, terminal_.clipboard.note());
     if (message != shownMessage_) print(message);
 }
 

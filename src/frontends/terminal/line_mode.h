@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "frontends/terminal/label_lines.h"
 #include "frontends/terminal/mode.h"
 #include "frontends/terminal/sheet_rows.h"
 
@@ -22,6 +23,7 @@ public:
 
 private:
     bool show(const Rows& rows, bool waiting);
+    bool showNoteAlone(const Rows& rows, const Note& note);
     void takeLine();
     void readInput();
     void watch(bool wanted);
@@ -46,6 +48,7 @@ private:
     std::vector<std::string> shown_;
     std::vector<std::uint64_t> shownControls_;
     std::vector<std::string> shownMessage_;
+    Note shownNote_;
 };
 
 }  // namespace tobrel::terminal

@@ -241,7 +241,7 @@ void ScreenMode::draw() {
     input.edit = edit_;
     input.note = terminal_.clipboard.note();
     SheetLines lines = layOut(rows, input);
-    Frame frame = compose(lines, hintFor(rows, input.focus), size, scroll_);
+    Frame frame = compose(lines, hintFor(rows, input.focus, size.columns - 3), size, scroll_);
     scroll_ = frame.scroll;
     controlLines_ = std::move(lines.controlLines);
     noteText_ = input.note.text;
@@ -253,7 +253,8 @@ void ScreenMode::draw() {
     frame_ = std::move(frame);
     bytes += encoded(frame_.lines, input.styling);
     if (frame_.cursor) {
-        bytes += "\r" + cursorMove(static_cast<int>(frame_.lines.size() - 1 - frame_.cursor->line), 'A');
+        bytes += "\r";
+        bytes += cursorMove(static_cast<int>(frame_.lines.size() - 1 - frame_.cursor->line), 'A');
         bytes += cursorMove(frame_.cursor->column, 'C') + "\x1B[?25h";
     }
     writeAll(terminal_.output, bytes + "\x1B[?2026l");
@@ -262,7 +263,9 @@ void ScreenMode::draw() {
 // Takes what was drawn off the screen, the cursor standing where the first line began.
 std::string ScreenMode::erasing() const {
     if (frame_.lines.empty()) return "";
-    return "\r" + cursorMove(rowsAbove(frame_, sizeOfTerminal(terminal_.output).columns), 'A') + "\x1B[J";
+    std::string bytes = "\r";
+    bytes += cursorMove(rowsAbove(frame_, sizeOfTerminal(terminal_.output).columns), 'A');
+    return bytes + "\x1B[J";
 }
 
 void ScreenMode::requestEnded(End end, const std::optional<std::string>& unopened) {

@@ -14,21 +14,13 @@ namespace {
 constexpr char32_t zeroWidthJoiner = 0x200D;
 
 // wcwidth() knows no more than ASCII in the C locale, and a terminal reached from there still shows UTF-8.
-class Utf8Locale {
-public:
-    Utf8Locale() : former_(uselocale(shared())) {}
-    ~Utf8Locale() { uselocale(former_); }
-    Utf8Locale(const Utf8Locale&) = delete;
-    Utf8Locale& operator=(const Utf8Locale&) = delete;
-
-private:
-    static locale_t shared() {
-        static const locale_t locale = newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t{});
-        return locale;
-    }
-
-    const locale_t former_;
-};
+int columnsInUtf8(char32_t character) {
+    static const locale_t utf8 = newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t{});
+    const locale_t former = uselocale(utf8);
+    int columns = wcwidth(static_cast<wchar_t>(character));
+    uselocale(former);
+    return columns < 0 ? 1 : columns;
+}
 
 struct Measured {
     std::size_t bytes = 0;
@@ -36,8 +28,8 @@ struct Measured {
 };
 
 int columnsOfCodePoint(char32_t character) {
-    int columns = wcwidth(static_cast<wchar_t>(character));
-    return columns < 0 ? 1 : columns;
+    constexpr char32_t firstCombining = 0x300;
+    return character < firstCombining ? 1 : columnsInUtf8(character);
 }
 
 Measured measureFirst(std::string_view text) {
@@ -97,7 +89,6 @@ std::vector<std::string> wrapped(std::string_view text, int columns) {
 }  // namespace
 
 int columnsOf(std::string_view text) {
-    Utf8Locale locale;
     int columns = 0;
     while (!text.empty()) {
         Measured next = measureFirst(text);
@@ -108,12 +99,10 @@ int columnsOf(std::string_view text) {
 }
 
 std::size_t firstCharacter(std::string_view text) {
-    Utf8Locale locale;
     return measureFirst(text).bytes;
 }
 
 std::size_t lastCharacter(std::string_view text) {
-    Utf8Locale locale;
     std::size_t last = 0;
     while (!text.empty()) {
         last = measureFirst(text).bytes;
@@ -123,12 +112,10 @@ std::size_t lastCharacter(std::string_view text) {
 }
 
 std::string_view prefixWithin(std::string_view text, int columns) {
-    Utf8Locale locale;
     return text.substr(0, measurePrefix(text, columns).bytes);
 }
 
 std::string_view suffixWithin(std::string_view text, int columns) {
-    Utf8Locale locale;
     int surplus = columnsOf(text) - columns;
     while (surplus > 0) {
         Measured next = measureFirst(text);

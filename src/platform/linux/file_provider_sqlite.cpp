@@ -37,15 +37,15 @@ Located locate(RegistryAccess& access, const std::string& domainIdentifier, cons
     auto snapshot = access.snapshot();
     if (!snapshot) return {std::nullopt, errorOf(snapshot.failure())};
     const RegisteredDomain* domain = (*snapshot)->domain(domainIdentifier);
-    if (!domain) return {std::nullopt, noSuchItem("There is no domain " + quoted(domainIdentifier) + ".")};
+    if (!domain) return {std::nullopt, noSuchItem("There is no domain " + inQuotes(domainIdentifier) + ".")};
     auto path = (*snapshot)->pathOfItem(*domain, item);
     if (!path) return {std::nullopt, errorOf(path.failure())};
     if (!*path)
         return {std::nullopt,
-                noSuchItem("The domain " + quoted(domainIdentifier) + " has no item " + quoted(item) + ".")};
+                noSuchItem("The domain " + inQuotes(domainIdentifier) + " has no item " + inQuotes(item) + ".")};
     if (!isThere(**path)) {
         const char* what = errno == ENOENT || errno == ENOTDIR ? " has gone." : " cannot be reached.";
-        return {std::nullopt, noSuchItem("The file " + quoted(**path) + what)};
+        return {std::nullopt, noSuchItem("The file " + inQuotes(**path) + what)};
     }
     return {NSURL{std::move(**path)}, std::nullopt};
 }
@@ -61,12 +61,12 @@ Identified identify(RegistryAccess& access, const std::string& path) {
     if (!snapshot) return {std::nullopt, std::nullopt, errorOf(snapshot.failure())};
     auto place = path.starts_with('/') ? normalPath(path) : std::nullopt;
     const RegisteredDomain* domain = place ? (*snapshot)->domainOfPath(*place) : nullptr;
-    if (!domain) return {std::nullopt, std::nullopt, noSuchItem(quoted(path) + " lies in no registered domain.")};
+    if (!domain) return {std::nullopt, std::nullopt, noSuchItem(inQuotes(path) + " lies in no registered domain.")};
     auto item = (*snapshot)->itemAtPath(*domain, *place);
     if (!item) return {std::nullopt, std::nullopt, errorOf(item.failure())};
     if (!*item)
         return {std::nullopt, domain->identifier,
-                noSuchItem(quoted(path) + " is not known to the domain " + quoted(domain->identifier) + ".")};
+                noSuchItem(inQuotes(path) + " is not known to the domain " + inQuotes(domain->identifier) + ".")};
     return {std::move(*item), domain->identifier, std::nullopt};
 }
 
@@ -90,7 +90,7 @@ public:
         workers_->post(RegistryWorkers::Kind::signal,
                        [domain = domain_, container, completion = std::move(completion)](RegistryAccess& access) {
                            if (container != NSFileProviderWorkingSetContainerItemIdentifier) {
-                               completion(noSuchItem("The container " + quoted(container) + " takes no signals."));
+                               completion(noSuchItem("The container " + inQuotes(container) + " takes no signals."));
                                return;
                            }
                            auto counted = access.registryForChange().countSignal(domain);

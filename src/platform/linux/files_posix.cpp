@@ -132,10 +132,10 @@ struct Version {
 };
 
 // Waits as long as others get on with their work.
-bool waitForLock(int folder, const std::string& path) {
+bool waitForLock(int folder, const std::string& path, std::chrono::milliseconds patience) {
     using namespace std::chrono_literals;
     using Clock = std::chrono::steady_clock;
-    constexpr std::chrono::milliseconds pause = 5ms, patience = 5s, longest = 2min;
+    constexpr std::chrono::milliseconds pause = 5ms, longest = 2min;
     constexpr off_t bytesPerSecond = 4 * 1024 * 1024;
 
     const auto start = Clock::now();
@@ -209,7 +209,7 @@ bool PosixFiles::createFolder(const std::string& path, unsigned mode) {
 std::unique_ptr<FolderLock> PosixFiles::lock(const std::string& path) {
     const std::string name = folderOf(path);
     FileDescriptor folder = openFolder(name);
-    if (!folder || !waitForLock(folder.number(), path)) return nullptr;
+    if (!folder || !waitForLock(folder.number(), path, patience_)) return nullptr;
     removeLeftovers(name, folder.number());
     return std::make_unique<PosixFolderLock>(std::move(folder));
 }

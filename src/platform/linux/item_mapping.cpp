@@ -57,13 +57,17 @@ std::optional<std::string> pathOfFileUri(std::string_view uri) {
 }
 
 Outcome<MappedItem> ItemMapping::map(std::string_view word) {
-    if (word.empty() || word.find('\0') != word.npos) return Failure{quoted(word) + " is no path."};
+    if (word.empty() || word.find('\0') != word.npos) return Failure{inQuotes(word) + " is no path."};
     std::optional<std::string> path;
-    if (isFileUri(word))
+    if (isFileUri(word)) {
         path = pathOfFileUri(word);
-    else
-        path = word.starts_with('/') ? std::string(word) : pathIn(workingDirectory_, word);
-    if (!path) return Failure{quoted(word) + " is no address of a file on this computer."};
+        if (!path) return Failure{inQuotes(word) + " is no address of a file on this computer."};
+    } else if (word.starts_with('/')) {
+        path = word;
+    } else {
+        if (workingDirectory_.empty()) return Failure{inQuotes(word) + " leads nowhere: the working folder has gone."};
+        path = pathIn(workingDirectory_, word);
+    }
 
     if (!snapshot_) {
         auto snapshot = registry_.read();
@@ -72,9 +76,9 @@ Outcome<MappedItem> ItemMapping::map(std::string_view word) {
     }
     auto place = find(*path);
     if (!place) return place.failure();
-    if (!place->domain) return Failure{quoted(word) + " lies in no registered domain."};
+    if (!place->domain) return Failure{inQuotes(word) + " lies in no registered domain."};
     if (!place->item)
-        return Failure{quoted(word) + " is not known to the domain " + quoted(place->domain->identifier) + "."};
+        return Failure{inQuotes(word) + " is not known to the domain " + inQuotes(place->domain->identifier) + "."};
     return MappedItem{place->domain->identifier, std::move(*place->item)};
 }
 

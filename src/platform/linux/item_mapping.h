@@ -20,6 +20,7 @@ struct MappedItem {
 // then; no change goes through it while this lives.
 class ItemMapping {
 public:
+    // The working directory is absolute, or empty where there is none any more.
     ItemMapping(FileProviderRegistry& registry, std::string workingDirectory)
         : registry_(registry), workingDirectory_(std::move(workingDirectory)) {}
 

@@ -186,8 +186,15 @@ OSStatus KeychainSecretService::Connection::use(const std::function<OSStatus()>&
     if (!lock || Clock::now() < unavailableUntil_ || !hasSessionBus()) return errSecNotAvailable;
     deadline_ = deadline;
     g_main_context_push_thread_default(context_.get());
+    bool isReused = service_ != nullptr;
     OSStatus status = connect();
     if (status == errSecSuccess) status = work();
+    if (status == errSecNotAvailable && isReused && Clock::now() < deadline_) {
+        // The service may have been started anew since.
+        service_.reset();
+        status = connect();
+        if (status == errSecSuccess) status = work();
+    }
     g_main_context_pop_thread_default(context_.get());
     if (status == errSecNotAvailable) {
         service_.reset();

@@ -1,0 +1,5 @@
+#include "own_memory.h"
+
+int main() {
+    tobrel::bench::printMemoryIfAsked();
+}

@@ -1,0 +1,1 @@
+namespace tobrel { void placeholder_terminal() {} }

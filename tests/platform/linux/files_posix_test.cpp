@@ -1,0 +1,111 @@
+#include "platform/linux/files_posix.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <thread>
+
+#include "support/temporary_folder.h"
+
+namespace tobrel {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct PosixFilesTest : ::testing::Test {
+    testing::TemporaryFolder folder;
+    PosixFiles files;
+    const std::string file = folder.file("file");
+
+    bool replaceWith(const std::string& content) {
+        auto replacement = files.replace(file);
+        return replacement && replacement->write(content) && replacement->commit();
+    }
+    mode_t mode() { return static_cast<mode_t>(fs::status(file).permissions()); }
+};
+
+TEST_F(PosixFilesTest, ReadsRegularFilesOnly) {
+    testing::writeFile(file, "text");
+    fs::create_symlink(file, folder.file("link"));
+    ASSERT_EQ(mkfifo(folder.file("fifo").c_str(), 0600), 0);
+    EXPECT_EQ(readWhole(files, folder.file("link"), 4), "text");
+    EXPECT_EQ(readWhole(files, file, 3), std::nullopt);
+    for (std::string path : {folder.file("fifo"), folder.file("none"), std::string(folder.path()),
+                             std::string("/dev/zero"), std::string()})
+        EXPECT_FALSE(files.open(path)) << path;
+}
+
+TEST_F(PosixFilesTest, KeepsTheReplacedFilesMode) {
+    umask(077);
+    EXPECT_TRUE(replaceWith("new"));
+    EXPECT_EQ(mode(), 0600u);
+    fs::permissions(file, fs::perms(0664));
+    EXPECT_TRUE(replaceWith("newer"));
+    EXPECT_EQ(mode(), 0664u);
+    EXPECT_EQ(testing::readFile(file), "newer");
+}
+
+TEST_F(PosixFilesTest, LeavesNoTraceOfAReplacementThatIsNotCommitted) {
+    testing::writeFile(file, "old");
+    {
+        auto replacement = files.replace(file);
+        ASSERT_TRUE(replacement->write("new"));
+    }
+    fs::create_directory(folder.file("taken"));
+    auto replacement = files.replace(folder.file("taken"));
+    ASSERT_TRUE(replacement->write("dropped") && replacement->restart() && replacement->write("new"));
+    EXPECT_FALSE(replacement->commit());
+    replacement.reset();
+    EXPECT_EQ(testing::readFile(file), "old");
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), {}), 2);
+    EXPECT_FALSE(files.replace(folder.file("none/file")));
+}
+
+TEST_F(PosixFilesTest, RemovesWhatKilledProcessesLeftBehindOnceItIsOld) {
+    const std::string old = folder.file(".tobrel-0123456789abcdef.tmp"),
+                      fresh = folder.file(".tobrel-f123456789abcdef.tmp");
+    const std::string foreign = folder.file(".tobrel-notes.tmp");
+    for (const std::string& path : {old, fresh, foreign}) testing::writeFile(path, "");
+    for (const std::string& path : {old, foreign})
+        fs::last_write_time(path, fs::file_time_type::clock::now() - std::chrono::minutes(2));
+    EXPECT_TRUE(files.lock(file));
+    EXPECT_FALSE(fs::exists(old));
+    EXPECT_TRUE(fs::exists(fresh) && fs::exists(foreign));
+}
+
+TEST_F(PosixFilesTest, WaitsForALockWhileTheFileIsStillBeingReplaced) {
+    using namespace std::chrono_literals;
+    PosixFiles impatient(300ms);
+    auto held = files.lock(file);
+    std::jthread holder([&] {
+        for (int round = 0; round < 30; ++round) {
+            replaceWith(std::to_string(round));
+            std::this_thread::sleep_for(20ms);
+        }
+        held.reset();
+    });
+    EXPECT_TRUE(impatient.lock(file));
+    holder.join();
+    held = files.lock(file);
+    EXPECT_FALSE(impatient.lock(file));
+}
+
+TEST_F(PosixFilesTest, CreatesFoldersWithTheirParentsWhateverTheMask) {
+    umask(0377);
+    EXPECT_TRUE(files.createFolder(folder.file("a/b/c/"), 0750));
+    umask(077);
+    for (std::string path : {"a", "a/b", "a/b/c"})
+        EXPECT_EQ(fs::status(folder.file(path)).permissions(), fs::perms(0750));
+    EXPECT_TRUE(files.createFolder(folder.file("a"), 0700));
+    EXPECT_EQ(fs::status(folder.file("a")).permissions(), fs::perms(0750));
+    testing::writeFile(file, "");
+    fs::create_symlink(folder.file("nowhere"), folder.file("dangling"));
+    for (std::string path :
+         {file, folder.file("file/x"), folder.file("dangling"), std::string("/proc/none/x"), std::string()})
+        EXPECT_FALSE(files.createFolder(path, 0700)) << path;
+}
+
+}  // namespace
+}  // namespace tobrel

@@ -1,0 +1,97 @@
+#include "platform/linux/item_mapping.h"
+
+#include <gtest/gtest.h>
+
+#include "support/temporary_folder.h"
+
+namespace tobrel {
+
+namespace fs = std::filesystem;
+
+TEST(ItemMapping, words_lead_to_items_by_whatever_way) {
+    testing::TemporaryFolder temporary;
+    fs::path base = fs::canonical(temporary.path());
+    fs::path root = base / "Tobrel";
+    fs::create_directories(root / "Reports/2024");
+    fs::create_directories(root / "odd \xFF\n");
+    fs::create_directories(base / "Tobrel2");
+    fs::create_directory_symlink(root, base / "link");
+    fs::create_directory_symlink(root / "Reports/2024", base / "deep");
+    fs::create_directory_symlink(base / "Tobrel2", root / "away");
+    fs::create_directory_symlink(root / "Reports", base / "into");
+
+    FileProviderRegistry registry(base / "data");
+    ASSERT_TRUE(registry.addDomain("work", root));
+    {
+        auto edit = registry.editItems("work");
+        for (const char* path : {"Reports", "Reports/2024", "Reports/2024/q1.pdf", "odd \xFF\n", "away", "away/x",
+                                 "a#b?c", "100%", "gone.txt"})
+            ASSERT_TRUE((*edit)->add("item:" + std::string(path), path));
+        ASSERT_TRUE((*edit)->commit());
+    }
+    const std::string r = root, b = base;
+    struct {
+        std::string word;
+        std::string item;  // "" where it leads nowhere
+    } cases[] = {
+        {r + "/Reports", "item:Reports"},
+        {r + "//./Reports///", "item:Reports"},
+        {"../../Reports", "item:Reports"},
+        {"q1.pdf", "item:Reports/2024/q1.pdf"},
+        {"./../2024/q1.pdf", "item:Reports/2024/q1.pdf"},
+        {".", "item:Reports/2024"},
+        {"..", "item:Reports"},
+        {r, "root"},
+        {r + "/", "root"},
+        {"../..", "root"},
+        {r + "/odd \xFF\n", "item:odd \xFF\n"},
+        {r + "/gone.txt", "item:gone.txt"},
+        // Through links: a link in the domain is an item itself, what lies behind it goes by its path first.
+        {b + "/link/Reports", "item:Reports"},
+        {b + "/link/gone.txt", "item:gone.txt"},
+        {b + "/link", "root"},
+        {b + "/deep/q1.pdf", "item:Reports/2024/q1.pdf"},
+        {b + "/deep/../2024", "item:Reports/2024"},
+        {r + "/away", "item:away"},
+        {r + "/away/x", "item:away/x"},
+        {r + "/away/../gone.txt", "item:gone.txt"},
+        {b + "/into", ""},
+        {b + "/Tobrel2", ""},
+        {b + "/Tobrel2/Reports", ""},
+        {r + "/unknown", ""},
+        {r + "/reports", ""},
+        {"/", ""},
+        {"", ""},
+        {std::string("Reports\0", 8), ""},
+        {"file://" + r + "/Reports", "item:Reports"},
+        {"FILE://LocalHost" + r + "/odd%20%ff%0A/", "item:odd \xFF\n"},
+        {"file://" + r + "/100%25", "item:100%"},
+        {"file://" + r + "/a#b?c", "item:a#b?c"},
+        {"file://" + r + "/100%", ""},
+        {"file://" + r + "/100%2", ""},
+        {"file://" + r + "/100%2G", ""},
+        {"file://" + r + "/Reports%00", ""},
+        {"file://elsewhere" + r + "/Reports", ""},
+        {"file://localhost", ""},
+        {"file://", ""},
+        {"./file://" + r + "/Reports", ""},
+    };
+    ItemMapping mapping(registry, r + "/Reports/2024");
+    for (const auto& [word, item] : cases) {
+        auto mapped = mapping.map(word);
+        EXPECT_EQ(mapped ? mapped->item : "", item) << word;
+        EXPECT_EQ(mapped ? mapped->domain : "work", "work");
+        EXPECT_EQ(mapped ? std::string::npos : mapped.failure().sentence.find('\n'), std::string::npos);
+    }
+    EXPECT_FALSE(ItemMapping(registry, "").map("q1.pdf"));
+}
+
+TEST(ItemMapping, without_a_registry_says_that_a_path_lies_in_no_domain) {
+    testing::TemporaryFolder temporary;
+    FileProviderRegistry registry(temporary.file("data"));
+    auto mapped = ItemMapping(registry, temporary.path()).map("a.txt");
+    ASSERT_FALSE(mapped);
+    EXPECT_EQ(mapped.failure().sentence, "“a.txt” lies in no registered domain.");
+}
+
+}  // namespace tobrel

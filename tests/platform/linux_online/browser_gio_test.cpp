@@ -1,0 +1,123 @@
+#include "platform/linux/browser_gio.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <thread>
+
+#include "support/temporary_folder.h"
+
+namespace tobrel {
+
+using tobrel::testing::readFile;
+using tobrel::testing::TemporaryFolder;
+using tobrel::testing::writeFile;
+
+// The calls run in child processes, which have an environment of their own and end right after the call.
+class GioBrowserTest : public ::testing::Test {
+protected:
+    using Environment = std::vector<std::pair<std::string, std::string>>;
+
+    GioBrowserTest() {
+        // Writes its arguments, its standard output and its session, whole at once.
+        program("browser",
+                "out=$(readlink /proc/$$/fd/1); session=$(cut -d' ' -f6 /proc/$$/stat)\n"
+                "for word in \"$@\" $out $session; do echo \"$word\"; done >" +
+                    file("part") + "\nmv " + file("part") + " " + file("opened"));
+        std::filesystem::create_directories(folder_.path() / "applications");
+        writeFile(folder_.path() / "applications/mimeapps.list",
+                  "[Default Applications]\nx-scheme-handler/https=test.desktop\n");
+    }
+
+    std::string file(const std::string& name) const { return folder_.file(name); }
+    void program(const std::string& name, const std::string& script) {
+        writeFile(file(name), "#!/bin/sh\n" + script);
+        std::filesystem::permissions(file(name), std::filesystem::perms::owner_all);
+    }
+    void desktopEntry(const std::string& command, const std::string& more = "") {
+        writeFile(folder_.path() / "applications/test.desktop",
+                  "[Desktop Entry]\nType=Application\nName=Test\nExec=" + command +
+                      "\nMimeType=x-scheme-handler/https;\n" + more);
+    }
+
+    bool open(const std::string& url, const Environment& environment) const {
+        pid_t child = fork();
+        if (child == 0) {
+            for (const char* name : {"BROWSER", "DISPLAY", "WAYLAND_DISPLAY"}) unsetenv(name);
+            setenv("XDG_DATA_HOME", folder_.path().c_str(), 1);
+            setenv("XDG_CONFIG_HOME", folder_.path().c_str(), 1);
+            setenv("XDG_DATA_DIRS", file("none").c_str(), 1);
+            for (auto& [name, value] : environment) setenv(name.c_str(), value.c_str(), 1);
+            _exit(GioBrowser().openURL(url) ? 0 : 1);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        return status == 0;
+    }
+    // What the browser was given, once it has said so.
+    std::string opened() const {
+        for (int attempt = 0; attempt < 1000 && !std::filesystem::exists(file("opened")); ++attempt)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        std::string text = readFile(file("opened"));
+        std::filesystem::remove(file("opened"));
+        return text;
+    }
+
+    TemporaryFolder folder_;
+};
+
+TEST_F(GioBrowserTest, theBrowserOpensAfterThisProcessHasEnded) {
+    const std::string url = "https://x.org/a;b&c#files/%20$(d)";
+    desktopEntry(file("browser") + " --new %i \"a b\" %U");
+    struct {
+        Environment environment;
+        std::string given;
+    } cases[] = {
+        {{{"DISPLAY", ":99"}}, "--new\na b\n" + url + "\n"},
+        {{{"WAYLAND_DISPLAY", "wayland-9"}}, "--new\na b\n" + url + "\n"},
+        {{{"BROWSER", file("browser")}}, url + "\n"},
+        {{{"BROWSER", "/nowhere/lynx:" + file("browser") + " -u 'a %s'"}}, "-u\na " + url + "\n"},
+        {{{"BROWSER", "/nowhere/lynx"}, {"DISPLAY", ":99"}}, "--new\na b\n" + url + "\n"},
+    };
+    for (auto& [environment, given] : cases) {
+        EXPECT_TRUE(open(url, environment));
+        std::string seen = opened();
+        EXPECT_TRUE(seen.starts_with(given + "/dev/null\n")) << seen;
+        std::string session = seen.substr(given.size() + std::string("/dev/null\n").size());
+        EXPECT_NE(std::stoi(session), getsid(0));
+    }
+}
+
+TEST_F(GioBrowserTest, saysSoWhereNothingCanBeStarted) {
+    Environment display = {{"DISPLAY", ":99"}};
+    EXPECT_FALSE(open("https://x.org/", display)) << "no entry";
+    desktopEntry("/nowhere/browser %u");
+    EXPECT_FALSE(open("https://x.org/", display)) << "no such program";
+    desktopEntry(file("browser") + " %u", "Terminal=true\n");
+    EXPECT_FALSE(open("https://x.org/", display)) << "wants a terminal of its own";
+    desktopEntry(file("browser") + " %u");
+    EXPECT_FALSE(open("https://x.org/", {})) << "no display";
+    EXPECT_FALSE(open("https://x.org/", {{"BROWSER", ":/nowhere/lynx:'"}})) << "no usable BROWSER";
+    EXPECT_FALSE(open("other://x.org/", display)) << "no program for the scheme";
+    EXPECT_FALSE(open("no address", display));
+    writeFile(file("broken"), "no program at all\n");
+    std::filesystem::permissions(file("broken"), std::filesystem::perms::owner_all);
+    EXPECT_FALSE(open("https://x.org/", {{"BROWSER", file("broken")}})) << "cannot be run";
+}
+
+TEST_F(GioBrowserTest, aBrowserThatStaysOpenIsNotWaitedForAndLeavesNoZombie) {
+    program("slow", "echo $$ >" + file("part") + "; mv " + file("part") + " " + file("opened") + "; exec sleep 60");
+    auto start = std::chrono::steady_clock::now();
+    setenv("BROWSER", file("slow").c_str(), 1);
+    EXPECT_TRUE(GioBrowser().openURL("https://x.org/"));
+    unsetenv("BROWSER");
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "no child of this process is left";
+    kill(std::stoi(opened()), SIGKILL);
+}
+
+}  // namespace tobrel

@@ -1,0 +1,155 @@
+#include "platform/linux/keychain_file.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "platform/linux/files_posix.h"
+#include "platform/linux/keychain_linux.h"
+#include "support/fake_platform.h"
+#include "support/temporary_folder.h"
+
+namespace tobrel::testing {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const SecAttributes query{{kSecClass, kSecClassGenericPassword}, {kSecAttrService, "key"}, {kSecReturnData, true}};
+const SecAttributes item{
+    {kSecClass, kSecClassGenericPassword}, {kSecAttrService, "key"}, {kSecValueData, CFData{"top secret"}}};
+
+class KeychainFileTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        writeFile(machineId_, "0123456789abcdef0123456789abcdef\n");
+        ASSERT_EQ(keychain_.SecItemAdd(item), errSecSuccess);
+    }
+
+    OSStatus read(KeychainFile& keychain) { return keychain.SecItemCopyMatching(query).status; }
+    static mode_t mode(const std::string& path) {
+        struct stat status {};
+        stat(path.c_str(), &status);
+        return status.st_mode & 07777;
+    }
+
+    TemporaryFolder folder_;
+    PosixFiles files_;
+    const std::string machineId_ = folder_.file("machine-id");
+    KeychainFile keychain_{files_, folder_.file("data/keychain"), machineId_};
+};
+
+TEST_F(KeychainFileTest, is_private_and_shows_nothing_of_the_secret) {
+    EXPECT_EQ(mode(keychain_.path()), 0600u);
+    EXPECT_EQ(mode(folder_.file("data/keychain")), 0700u);
+    std::string content = readFile(keychain_.path());
+    EXPECT_EQ(content.find("secret"), content.npos);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder_.file("data/keychain")), {}), 1);
+    EXPECT_FALSE(keychain_.complaint());
+}
+
+TEST_F(KeychainFileTest, refuses_what_others_could_read_or_is_no_file_and_leaves_it_alone) {
+    for (auto [path, mode] :
+         {std::pair(keychain_.path(), 0640), std::pair(keychain_.path(), 0604),
+          std::pair(folder_.file("data/keychain"), 0750), std::pair(folder_.file("data/keychain"), 0701)}) {
+        mode_t good = this->mode(path);
+        chmod(path.c_str(), mode);
+        EXPECT_EQ(read(keychain_), errSecAuthFailed) << std::oct << mode;
+        EXPECT_EQ(keychain_.SecItemAdd(item), errSecAuthFailed);
+        EXPECT_EQ(keychain_.SecItemDelete(query), errSecAuthFailed);
+        EXPECT_NE(keychain_.complaint().value_or("").find("chmod"), std::string::npos);
+        chmod(path.c_str(), good);
+        EXPECT_EQ(read(keychain_), errSecSuccess);
+    }
+    fs::remove(keychain_.path());
+    mkfifo(keychain_.path().c_str(), 0600);
+    EXPECT_EQ(read(keychain_), errSecIO);
+    EXPECT_EQ(keychain_.SecItemAdd(item), errSecIO);
+    EXPECT_TRUE(keychain_.complaint());
+}
+
+TEST_F(KeychainFileTest, does_not_open_on_another_machine_or_after_a_change_until_the_key_is_set_again) {
+    const std::string original = readFile(keychain_.path());
+    std::string changed = original;
+    changed.back() ^= 1;
+    const std::string contents[] = {changed, original.substr(0, original.size() - 1), original + "x", "",
+                                    "{}",    std::string(2 * 1024 * 1024, 'x')};
+    for (const std::string& content : contents) {
+        writeFile(keychain_.path(), content);
+        EXPECT_NE(read(keychain_), errSecSuccess);
+        EXPECT_NE(keychain_.SecItemAdd(item), errSecSuccess);
+        EXPECT_EQ(readFile(keychain_.path()), content);
+    }
+    writeFile(keychain_.path(), original);
+    EXPECT_EQ(read(keychain_), errSecSuccess);
+
+    writeFile(machineId_, "fedcba9876543210fedcba9876543210\n");
+    EXPECT_EQ(read(keychain_), errSecAuthFailed);
+    EXPECT_NE(keychain_.complaint().value_or("").find("another machine"), std::string::npos);
+    EXPECT_EQ(keychain_.SecItemDelete(query), errSecSuccess);
+    EXPECT_EQ(keychain_.SecItemAdd(item), errSecSuccess);
+    EXPECT_EQ(read(keychain_), errSecSuccess);
+}
+
+TEST_F(KeychainFileTest, without_a_machine_id_a_copy_of_the_folder_does_not_open) {
+    for (const char* id : {"", "uninitialized\n"}) {
+        writeFile(machineId_, id);
+        KeychainFile here(files_, folder_.file("here"), machineId_);
+        ASSERT_EQ(here.SecItemAdd(item), errSecSuccess);
+        EXPECT_EQ(read(here), errSecSuccess);
+        fs::copy(folder_.file("here"), folder_.file("there"));
+        fs::permissions(folder_.file("there"), fs::perms::owner_all);
+        KeychainFile there(files_, folder_.file("there"), machineId_);
+        EXPECT_EQ(read(there), errSecAuthFailed);
+        fs::remove_all(folder_.file("here"));
+        fs::remove_all(folder_.file("there"));
+    }
+}
+
+TEST_F(KeychainFileTest, writers_at_once_lose_no_item) {
+    std::vector<std::function<void()>> writers;
+    for (int writer = 0; writer < 8; ++writer)
+        writers.push_back([this, writer] {
+            SecAttributes own = item;
+            own[kSecAttrAccount] = std::to_string(writer);
+            EXPECT_EQ(KeychainFile(files_, folder_.file("data/keychain"), machineId_).SecItemAdd(own), errSecSuccess);
+        });
+    onOtherThreads(writers);
+    for (int writer = 0; writer < 8; ++writer) {
+        SecAttributes own = query;
+        own[kSecAttrAccount] = std::to_string(writer);
+        EXPECT_EQ(keychain_.SecItemCopyMatching(own).status, errSecSuccess);
+    }
+}
+
+}  // namespace
+
+TEST(LinuxKeychain, takes_the_file_only_where_there_is_no_service_but_finds_and_deletes_in_both) {
+    using Store = LinuxKeychain::Store;
+    TemporaryFolder folder;
+    auto owned = std::make_unique<FakeKeychain>();
+    FakeKeychain& service = *owned;
+    LinuxKeychain keychain(folder.path(), std::move(owned));
+
+    service.failure = errSecNotAvailable;
+    EXPECT_EQ(keychain.find(query).status, errSecItemNotFound);
+    EXPECT_EQ(keychain.find(query).store, Store::file);
+    EXPECT_EQ(keychain.SecItemAdd(item), errSecSuccess);
+    EXPECT_TRUE(fs::exists(keychain.file().path()));
+
+    service.failure.reset();
+    EXPECT_EQ(keychain.find(query).value, SecValue(CFData{"top secret"}));
+    EXPECT_EQ(keychain.find(query).store, Store::file);
+    EXPECT_EQ(keychain.SecItemAdd(item), errSecSuccess);
+    EXPECT_EQ(keychain.find(query).store, Store::secretService);
+    EXPECT_EQ(keychain.SecItemDelete(query), errSecSuccess);
+    EXPECT_EQ(keychain.find(query).status, errSecItemNotFound);
+    EXPECT_EQ(keychain.find(query).store, Store::secretService);
+    EXPECT_EQ(keychain.SecItemDelete(query), errSecItemNotFound);
+
+    service.failure = errSecInteractionNotAllowed;
+    EXPECT_EQ(keychain.find(query).status, errSecInteractionNotAllowed);
+    EXPECT_EQ(keychain.SecItemAdd(item), errSecInteractionNotAllowed);
+    EXPECT_EQ(keychain.SecItemDelete(query), errSecInteractionNotAllowed);
+}
+
+}  // namespace tobrel::testing

@@ -1,0 +1,81 @@
+#include "state/config.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+
+#include "state/keychain_store.h"
+#include "support/fake_platform.h"
+#include "support/local_platform.h"
+#include "support/temporary_folder.h"
+
+namespace tobrel::testing {
+
+TEST(Config, the_server_is_taken_as_stored_but_for_trailing_slashes) {
+    struct {
+        std::string file;
+        std::string server;
+    } cases[] = {
+        {R"({"server":"https://t.example"})", "https://t.example"},
+        {R"({"server":"https://t.example/base//"})", "https://t.example/base"},
+        {R"({"server":"///"})", ""},
+        {R"({"server":" https://t.example/ "})", " https://t.example/ "},
+        {R"({"server":"a","server":"b"})", "b"},
+        {"\xEF\xBB\xBF{\"server\":\"a\"}\n", "a"},
+        {R"({"server":7})", ""},
+        {R"({"server":null})", ""},
+        {R"({"Server":"a"})", ""},
+        {R"(["server","a"])", ""},
+        {R"("server")", ""},
+        {R"({"server":"a",})", ""},
+        {R"({"server":"a"} x)", ""},
+        {"{\"server\":\"\xFF\"}", ""},
+        {"", ""},
+    };
+    FakePlatform platform;
+    EXPECT_EQ(Config::server(), "");
+    for (const auto& [file, server] : cases) {
+        platform.files.put("/home/ann/.tobrel/config.json", file);
+        EXPECT_EQ(Config::server(), server) << file;
+    }
+}
+
+TEST(Config, the_keychains_key_goes_before_the_files) {
+    FakePlatform platform;
+    auto write = [&](const std::string& file) { platform.files.put("/home/ann/.tobrel/config.json", file); };
+    EXPECT_EQ(Config::apiKey(), "");
+    write(R"({"api_key":" from file\n"})");
+    EXPECT_EQ(Config::apiKey(), " from file\n");
+    KeychainStore::saveKey("from keychain", "ann");
+    EXPECT_EQ(Config::apiKey(), "from keychain");
+    platform.keychain.failure = errSecNotAvailable;
+    EXPECT_EQ(Config::apiKey(), " from file\n");
+    write(R"({"api_key":["x"]})");
+    EXPECT_EQ(Config::apiKey(), "");
+}
+
+TEST(Config, whatever_lies_in_the_files_place_costs_little_and_counts_as_empty) {
+    TemporaryFolder home;
+    LocalPlatform platform(home.path());
+    const std::string file = home.file(".tobrel/config.json");
+    std::filesystem::create_directories(file);
+    EXPECT_EQ(Config::server(), "");
+    std::filesystem::remove(file);
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    EXPECT_EQ(Config::server(), "");
+    std::filesystem::remove(file);
+    std::filesystem::create_symlink("/dev/zero", file);
+    EXPECT_EQ(Config::server(), "");
+    std::filesystem::remove(file);
+
+    writeFile(file, R"({"server":"a"})");
+    EXPECT_EQ(Config::server(), "a");
+    std::filesystem::resize_file(file, std::uintmax_t{1} << 40);
+    EXPECT_EQ(Config::server(), "");
+    std::string nested(100000, '[');
+    writeFile(file, R"({"server":"a","x":)" + nested);
+    EXPECT_EQ(Config::server(), "");
+}
+
+}  // namespace tobrel::testing
