@@ -9,6 +9,7 @@
 #include <cstdint>
 
 #include "platform/files.h"
+#include "platform/harmless_text.h"
 #include "platform/linux/keychain_seal.h"
 
 namespace tobrel {
@@ -107,21 +108,22 @@ OSStatus KeychainFile::SecItemDelete(const SecAttributes& attributes) {
     return write(content.items);
 }
 
-std::optional<std::string> KeychainFile::complaint() {
+std::optional<KeychainFile::Complaint> KeychainFile::complaint() {
     switch (read().state) {
         case State::absent:
         case State::readable:
             return std::nullopt;
         case State::exposed:
-            return "others could read the keychain file; make it private with: chmod 700 '" + folder_ +
-                   "' && chmod 600 '" + path_ + "'";
+            return Complaint{"Others could read the keychain file " + inQuotes(path_) + ", so it is not used.",
+                             "chmod 700 '" + folder_ + "'; chmod 600 '" + path_ + "'"};
         case State::undecipherable:
-            return "the keychain file " + path_ +
-                   " was made on another machine or is damaged; set the key again with: tobrel-admin key set";
+            return Complaint{"The keychain file " + inQuotes(path_) + " is damaged or comes from another machine.",
+                             "tobrel-admin key set"};
         case State::unreadable:
             break;
     }
-    return "the keychain file " + path_ + " cannot be read";
+    return Complaint{"The keychain file " + inQuotes(path_) + " cannot be read.",
+                     "remove what lies there, then: tobrel-admin key set"};
 }
 
 // Absent, exposed or readable, by the modes and owners alone.

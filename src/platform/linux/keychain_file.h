@@ -24,8 +24,12 @@ public:
     OSStatus SecItemDelete(const SecAttributes& query) override;
 
     const std::string& path() const { return path_; }
-    // Why the file is not used, and the way out, in a sentence; nothing where all is well.
-    std::optional<std::string> complaint();
+    // Why the file is refused, and the way out; nothing where all is well.
+    struct Complaint {
+        std::string what;
+        std::string wayOut;
+    };
+    std::optional<Complaint> complaint();
 
 private:
     enum class State { absent, readable, exposed, undecipherable, unreadable };

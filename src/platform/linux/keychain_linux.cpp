@@ -24,9 +24,10 @@ OSStatus LinuxKeychain::SecItemAdd(const SecAttributes& attributes) {
 
 OSStatus LinuxKeychain::SecItemDelete(const SecAttributes& query) {
     OSStatus inService = secretService_ ? secretService_->SecItemDelete(query) : errSecNotAvailable;
+    bool found = inService == errSecSuccess;
+    if (!found && inService != errSecNotAvailable && inService != errSecItemNotFound) return inService;
     OSStatus inFile = file_.SecItemDelete(query);
-    if (inService == errSecNotAvailable || inService == errSecItemNotFound) return inFile;
-    return inFile == errSecItemNotFound || inFile == errSecSuccess ? inService : inFile;
+    return found && inFile == errSecItemNotFound ? errSecSuccess : inFile;
 }
 
 std::unique_ptr<LinuxKeychain> makeKeychain(UserDatabase& users, bool homeIsGiven,

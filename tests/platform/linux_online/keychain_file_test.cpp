@@ -56,7 +56,8 @@ TEST_F(KeychainFileTest, refuses_what_others_could_read_or_is_no_file_and_leaves
         EXPECT_EQ(read(keychain_), errSecAuthFailed) << std::oct << mode;
         EXPECT_EQ(keychain_.SecItemAdd(item), errSecAuthFailed);
         EXPECT_EQ(keychain_.SecItemDelete(query), errSecAuthFailed);
-        EXPECT_NE(keychain_.complaint().value_or("").find("chmod"), std::string::npos);
+        ASSERT_TRUE(keychain_.complaint());
+        EXPECT_NE(keychain_.complaint()->wayOut.find("chmod"), std::string::npos);
         chmod(path.c_str(), good);
         EXPECT_EQ(read(keychain_), errSecSuccess);
     }
@@ -84,7 +85,8 @@ TEST_F(KeychainFileTest, does_not_open_on_another_machine_or_after_a_change_unti
 
     writeFile(machineId_, "fedcba9876543210fedcba9876543210\n");
     EXPECT_EQ(read(keychain_), errSecAuthFailed);
-    EXPECT_NE(keychain_.complaint().value_or("").find("another machine"), std::string::npos);
+    ASSERT_TRUE(keychain_.complaint());
+    EXPECT_NE(keychain_.complaint()->what.find("another machine"), std::string::npos);
     EXPECT_EQ(keychain_.SecItemDelete(query), errSecSuccess);
     EXPECT_EQ(keychain_.SecItemAdd(item), errSecSuccess);
     EXPECT_EQ(read(keychain_), errSecSuccess);
@@ -146,7 +148,12 @@ TEST(LinuxKeychain, takes_the_file_only_where_there_is_no_service_but_finds_and_
     EXPECT_EQ(keychain.find(query).store, Store::secretService);
     EXPECT_EQ(keychain.SecItemDelete(query), errSecItemNotFound);
 
+    service.failure = errSecNotAvailable;
+    EXPECT_EQ(keychain.SecItemAdd(item), errSecSuccess);
     service.failure = errSecInteractionNotAllowed;
+    EXPECT_EQ(keychain.SecItemDelete(query), errSecInteractionNotAllowed);
+    EXPECT_EQ(keychain.find(query).store, Store::file);
+    EXPECT_EQ(keychain.file().SecItemDelete(query), errSecSuccess);
     EXPECT_EQ(keychain.find(query).status, errSecInteractionNotAllowed);
     EXPECT_EQ(keychain.SecItemAdd(item), errSecInteractionNotAllowed);
     EXPECT_EQ(keychain.SecItemDelete(query), errSecInteractionNotAllowed);

@@ -1,0 +1,160 @@
+#include "admin/checks.h"
+
+#include <glob.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <sstream>
+
+#include "admin/compose.h"
+#include "admin/subcommand.h"
+#include "api/json.h"
+#include "platform/files.h"
+#include "platform/harmless_text.h"
+#include "platform/linux/data_folder.h"
+#include "platform/linux/file_provider_registry.h"
+#include "platform/user_database.h"
+#include "state/paths.h"
+
+namespace tobrel::admin {
+
+namespace {
+
+constexpr std::size_t largestFile = 1024 * 1024;
+constexpr mode_t forOthers = 077;
+
+bool isWritableFolder(const std::string& path) {
+    return access(path.c_str(), R_OK | W_OK | X_OK) == 0;
+}
+
+// Ready to be typed.
+std::string quoted(const std::string& path) {
+    std::string word = "'";
+    for (char c : path) word += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return word + "'";
+}
+
+// A file manager and where the files that show the commands in it lie, below a folder for shared data.
+struct FileManager {
+    const char* program;
+    std::vector<const char*> integration;
+};
+const FileManager fileManagers[] = {
+    {"nautilus", {"nautilus-python/extensions/*tobrel*", "../lib/*/nautilus/extensions-4/*tobrel*"}},
+    {"nemo", {"nemo/actions/*tobrel*", "nemo-python/extensions/*tobrel*"}},
+    {"dolphin", {"kio/servicemenus/*tobrel*"}},
+    {"caja", {"file-manager/actions/*tobrel*", "caja-python/extensions/*tobrel*"}},
+    {"pcmanfm", {"file-manager/actions/*tobrel*"}},
+    {"pcmanfm-qt", {"file-manager/actions/*tobrel*"}},
+    {"thunar", {"file-manager/actions/*tobrel*", "../lib/*/thunarx-3/*tobrel*"}},
+};
+
+std::vector<std::string> folders(const char* variable, const char* otherwise) {
+    const char* value = std::getenv(variable);
+    std::istringstream list(value && *value ? value : otherwise);
+    std::vector<std::string> folders;
+    for (std::string folder; std::getline(list, folder, ':');) folders.push_back(folder);
+    return folders;
+}
+
+bool isInstalled(const std::string& program) {
+    auto places = folders("PATH", "/usr/local/bin:/usr/bin");
+    return std::any_of(places.begin(), places.end(),
+                       [&](auto& folder) { return access((folder + "/" + program).c_str(), X_OK) == 0; });
+}
+
+bool exists(const std::string& pattern) {
+    glob_t found{};
+    bool any = glob(pattern.c_str(), GLOB_NOSORT, nullptr, &found) == 0;
+    globfree(&found);
+    return any;
+}
+
+}  // namespace
+
+Finding checkPrivateFolder() {
+    const std::string path = Paths::home() + "/.tobrel";
+    const std::string name = inQuotes(path);
+    constexpr const char* check = "private folder";
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0)
+        return {check, name + " does not exist", "make it with: tobrel-admin server URL"};
+    if (!S_ISDIR(status.st_mode)) return {check, name + " is no folder", "move away what lies there"};
+    if (status.st_uid != geteuid())
+        return {check, name + " belongs to another user", "give it to the user who runs this"};
+    if (status.st_mode & forOthers) return {check, "others may look into " + name, "chmod 700 " + quoted(path)};
+    if (!isWritableFolder(path)) return {check, name + " cannot be written", "chmod 700 " + quoted(path)};
+    return {check, name + " is there, and private", ""};
+}
+
+Finding checkSettings(Composition& composition) {
+    const std::string path = Paths::in("config.json");
+    const std::string name = inQuotes(path);
+    constexpr const char* check = "settings";
+    constexpr const char* setServer = "set the server's address with: tobrel-admin server URL";
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0 && errno == ENOENT) return {check, name + " does not exist", setServer};
+    auto content = readWhole(composition.files(), path, largestFile);
+    if (!content) return {check, name + " cannot be read", "move away what lies there, then: tobrel-admin server URL"};
+    if (content->starts_with("\xEF\xBB\xBF")) content->erase(0, 3);
+    auto object = json::parseObject(*content);
+    if (!object)
+        return {check, name + " holds no JSON object", "correct it, or move it away, then: tobrel-admin server URL"};
+    for (const char* member : {"server", "api_key"})
+        if (auto* value = object->if_contains(member); value && !value->is_string())
+            return {check, "“" + std::string(member) + "” in " + name + " is no text", "correct it, or take it out"};
+    if (!object->contains("server")) return {check, name + " names no server", setServer};
+    if (object->contains("api_key") && status.st_mode & forOthers)
+        return {check, "others can read the API key in " + name, "chmod 600 " + quoted(path)};
+    return {check, name + " is well", ""};
+}
+
+std::vector<Finding> checkDomains(Composition& composition) {
+    constexpr const char* check = "domain";
+    FileProviderRegistry registry(dataFolder(composition.users()));
+    auto snapshot = registry.read();
+    if (!snapshot)
+        return {{check, snapshot.failure().sentence, "mend that, or remove the registry and add the domains anew"}};
+    std::vector<Finding> findings;
+    for (const RegisteredDomain& domain : (*snapshot)->domains()) {
+        std::string name = inQuotes(domain.identifier) + ": " + inQuotes(domain.root);
+        struct stat status {};
+        if (stat(domain.root.c_str(), &status) != 0 || !S_ISDIR(status.st_mode))
+            findings.push_back({check, name + " is no folder",
+                                "bring it back, or: tobrel-admin domain remove " + quoted(domain.identifier)});
+        else if (access(domain.root.c_str(), R_OK | X_OK) != 0)
+            findings.push_back({check, name + " cannot be read", "chmod u+rx " + quoted(domain.root)});
+        else
+            findings.push_back({check, name + " is there", ""});
+    }
+    if (findings.empty()) return {{check, "none is registered", "tobrel-admin domain add ID DIR"}};
+    return findings;
+}
+
+Finding checkFileManagers(const Invocation& invocation) {
+    constexpr const char* check = "file managers";
+    if (invocation.home) return {check, "not looked at with --home", ""};
+    auto places = folders("XDG_DATA_DIRS", "/usr/local/share:/usr/share");
+    const char* own = std::getenv("XDG_DATA_HOME");
+    places.push_back(own && *own ? own : Paths::home() + "/.local/share");
+
+    std::string ready;
+    std::string missing;
+    for (const FileManager& manager : fileManagers) {
+        if (!isInstalled(manager.program)) continue;
+        bool found = false;
+        for (const std::string& place : places)
+            for (const char* pattern : manager.integration) found = found || exists(place + "/" + pattern);
+        std::string& list = found ? ready : missing;
+        list += (list.empty() ? "" : ", ") + std::string(manager.program);
+    }
+    if (!missing.empty())
+        return {check, "the commands are missing in " + missing, "install Tobrel's file-manager integration"};
+    if (ready.empty()) return {check, "none is installed; the commands are there as tobrel-action", ""};
+    return {check, "the commands are there in " + ready, ""};
+}
+
+}  // namespace tobrel::admin

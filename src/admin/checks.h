@@ -1,0 +1,35 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace tobrel {
+struct URLSessionAnswer;
+}
+
+namespace tobrel::admin {
+
+class Composition;
+struct Invocation;
+struct KeySource;
+
+// What one check found; advice only where something needs doing.
+struct Finding {
+    std::string check;
+    std::string text;
+    std::string advice;
+    bool isGood() const { return advice.empty(); }
+};
+
+Finding checkPrivateFolder();
+Finding checkSettings(Composition& composition);
+// Whether the server answers, and whether it accepts the key: asks for the top of the storage.
+std::vector<Finding> checkServer(Composition& composition);
+Finding checkKeychain(Composition& composition);
+std::vector<Finding> checkDomains(Composition& composition);
+Finding checkFileManagers(const Invocation& invocation);
+
+// What an answer to that question says.
+std::vector<Finding> judge(const URLSessionAnswer& answer, const std::string& server, const KeySource& key);
+
+}  // namespace tobrel::admin
