@@ -170,10 +170,13 @@ void FileProviderRegistry::create() const {
     int descriptor = open(fresh.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (descriptor < 0) throw SqliteFault::noAccess;
     close(descriptor);
-    {
+    try {
         SqliteDatabase database(fresh);
         database.tidyUpOnClose();
         database.execute(schema);
+    } catch (SqliteFault) {
+        unlink(fresh.c_str());
+        throw;
     }
     // What a registry that was taken away has left behind must not be read into this one.
     removeLogsOf(file_);
