@@ -209,10 +209,12 @@ void CurlTransfer::setHeaders() {
         if (!longer) throw std::bad_alloc();
         list = longer;
     };
+    std::string line;
     for (const auto& [name, value] : hop_.request.headers) {
         // The library leaves out a header without a value unless it is written so.
         bool blank = value.find_first_not_of(" \t") == value.npos;
-        append(blank ? name + ";" : name + ": " + value);
+        line.assign(name).append(blank ? ";" : ": ").append(blank ? "" : value);
+        append(line);
     }
     if (hop_.request.httpBody) append("Expect:");
     set(handle_.get(), CURLOPT_HTTPHEADER, list);

@@ -202,7 +202,8 @@ TEST_F(CurlURLSessionTest, UnpacksAnAnswerInGzip) {
 }
 
 TEST_F(CurlURLSessionTest, TakesItsTimeAsLongAsBytesComeAndWhileItWaitsForAConnection) {
-    server_.script("/", {trickles(answer(200, "slow"), 10ms)});
+    std::string slow = "twenty five bytes, slowly";
+    server_.script("/", {sends("HTTP/1.1 200 OK\r\nContent-Length: 25\r\n\r\n"), trickles(slow, 20ms)});
     CurlURLSession session;
     std::vector<std::future<URLSessionAnswer>> answers;
     for (int index = 0; index < 20; ++index) {
@@ -213,7 +214,7 @@ TEST_F(CurlURLSessionTest, TakesItsTimeAsLongAsBytesComeAndWhileItWaitsForAConne
     }
     for (auto& each : answers) {
         URLSessionAnswer got = each.get();
-        EXPECT_EQ(got.data, "slow") << got.error.value_or(NSError{}).text;
+        EXPECT_EQ(got.data, slow) << got.error.value_or(NSError{}).text;
     }
     EXPECT_EQ(server_.mostConnectionsAtOnce(), 16);
 }
