@@ -11,10 +11,10 @@ namespace {
 
 using Completion = TobrelActionViewController::Resolved;
 
-// What one call shares between the callbacks of its items.
+// What one call shares between the callbacks of its items. The group stands outside: it holds the final block, which
+// holds this, and must go with the callbacks where they never come.
 struct Resolution {
     std::shared_ptr<NSFileProviderManager> manager;
-    DispatchGroup group;
     std::mutex lock;
     TobrelActionViewController::ItemIdentifiers resolved;
 };
@@ -30,12 +30,13 @@ std::shared_ptr<NSFileProviderManager> managerOf(const std::optional<std::string
     return nullptr;
 }
 
-void confirmIdentifier(const std::shared_ptr<Resolution>& resolution, const NSURL& url) {
+void confirmIdentifier(const std::shared_ptr<Resolution>& resolution, DispatchGroup group, const NSURL& url) {
     auto& fileProvider = platform::current().fileProvider;
     bool granted = fileProvider.startAccessingSecurityScopedResource(url);
     fileProvider.getIdentifierForUserVisibleFileAtURL(
-        url, [resolution, url, granted](const std::optional<NSFileProviderItemIdentifier>& item,
-                                        const std::optional<std::string>&, const std::optional<NSError>& error) {
+        url, [resolution, group, url, granted](const std::optional<NSFileProviderItemIdentifier>& item,
+                                               const std::optional<std::string>&,
+                                               const std::optional<NSError>& error) mutable {
             if (granted) platform::current().fileProvider.stopAccessingSecurityScopedResource(url);
             if (item) {
                 std::lock_guard guard(resolution->lock);
@@ -44,7 +45,7 @@ void confirmIdentifier(const std::shared_ptr<Resolution>& resolution, const NSUR
                 os_log(uilog(), OSLogType::error, "no identifier for %{public}@: %{public}@", url.lastPathComponent(),
                        describe(error));
             }
-            resolution->group.leave();
+            group.leave();
         });
 }
 
@@ -52,19 +53,21 @@ void resolveItems(std::shared_ptr<NSFileProviderManager> manager,
                   const TobrelActionViewController::ItemIdentifiers& selection, Completion completion) {
     auto resolution = std::make_shared<Resolution>();
     resolution->manager = std::move(manager);
+    DispatchGroup group;
     for (const auto& item : selection) {
-        resolution->group.enter();
+        group.enter();
         resolution->manager->getUserVisibleURLForItemIdentifier(
-            item, [resolution, item](const std::optional<NSURL>& url, const std::optional<NSError>& error) {
+            item,
+            [resolution, group, item](const std::optional<NSURL>& url, const std::optional<NSError>& error) mutable {
                 if (url) {
-                    confirmIdentifier(resolution, *url);
+                    confirmIdentifier(resolution, group, *url);
                     return;
                 }
                 os_log(uilog(), OSLogType::error, "no url for %{public}@: %{public}@", item, describe(error));
-                resolution->group.leave();
+                group.leave();
             });
     }
-    resolution->group.notify(platform::current().mainQueue, [resolution, completion = std::move(completion)] {
+    group.notify(platform::current().mainQueue, [resolution, completion = std::move(completion)] {
         completion(std::move(resolution->resolved), resolution->manager);
     });
 }

@@ -123,4 +123,18 @@ TEST_F(ResolveTest, EndsOnlyTheAccessThatItWasGranted) {
     EXPECT_EQ(std::count(calls.begin(), calls.end(), "identifier for /storage/b"), 1);
 }
 
+TEST(Resolve, LeavesNothingBehindWhereItsAnswersNeverCome) {
+    std::weak_ptr<TobrelActionViewController> weak;
+    {
+        FakePlatform world;
+        world.fileProvider.add("a", "/storage/a");
+        auto controller = TobrelActionViewController::initWithNibName(std::nullopt, nullptr);
+        controller->setExtensionContext(std::make_shared<FakeExtensionContext>());
+        weak = controller;
+        controller->resolve({"a"}, [controller](const Lines&, std::shared_ptr<NSFileProviderManager>) {});
+        world.fileProvider.release("domains");
+    }
+    EXPECT_TRUE(weak.expired());
+}
+
 }  // namespace tobrel::testing
