@@ -99,6 +99,9 @@ Owned<GHashTable> propertiesOf(const KeychainItem& item) {
 class KeychainSecretService::Connection {
 public:
     explicit Connection(Bounds bounds) : bounds_(bounds), context_(g_main_context_new()) {}
+    ~Connection() { disconnect(); }
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
 
     // Runs the work with a connected service.
     OSStatus use(const std::function<OSStatus()>& work);
@@ -127,6 +130,7 @@ private:
     static Call begin(const Start& start, GCancellable* cancellable);
     void iterateUntil(Clock::time_point deadline, const Answer& answer);
     OSStatus connect();
+    void disconnect();
     struct DefaultCollection {
         OSStatus status;
         std::optional<std::string> path;
@@ -191,13 +195,13 @@ OSStatus KeychainSecretService::Connection::use(const std::function<OSStatus()>&
     if (status == errSecSuccess) status = work();
     if (status == errSecNotAvailable && isReused && Clock::now() < deadline_) {
         // The service may have been started anew since.
-        service_.reset();
+        disconnect();
         status = connect();
         if (status == errSecSuccess) status = work();
     }
     g_main_context_pop_thread_default(context_.get());
     if (status == errSecNotAvailable) {
-        service_.reset();
+        disconnect();
         unavailableUntil_ = Clock::now() + bounds_.retreat;
     }
     return status;
@@ -254,9 +258,9 @@ SecItemCopyResult KeychainSecretService::Connection::secret(const std::string& i
 }
 
 OSStatus KeychainSecretService::Connection::create(const KeychainItem& item) {
-    auto [status, collection] = defaultCollection();
-    if (status != errSecSuccess) return status;
-    if (!collection) collection = createDefaultCollection();
+    DefaultCollection standing = defaultCollection();
+    if (standing.status != errSecSuccess) return standing.status;
+    auto collection = standing.path ? standing.path : createDefaultCollection();
     if (!collection || (isLocked(*collection) && !unlock({*collection}))) return errSecInteractionNotAllowed;
 
     Items same = search(sameItem(item));
@@ -346,6 +350,13 @@ OSStatus KeychainSecretService::Connection::connect() {
     // The library's connection would otherwise end the process when the bus goes away.
     g_dbus_connection_set_exit_on_close(g_dbus_proxy_get_connection(G_DBUS_PROXY(service_.get())), FALSE);
     return errSecSuccess;
+}
+
+void KeychainSecretService::Connection::disconnect() {
+    service_.reset();
+    // What the library still has to clean up waits in the context.
+    while (g_main_context_iteration(context_.get(), FALSE)) {
+    }
 }
 
 // No path where the service has no default collection.
