@@ -12,7 +12,7 @@ namespace tobrel::bench {
 
 // Copies the queue under the home folder over itself by way of the disk: the least that a replacement can cost.
 inline void replaceQueue(const std::string& home) {
-    constexpr std::size_t portion = 512 * 1024;
+    constexpr std::size_t portion = std::size_t{512} * 1024;
     const std::string folder = home + "/.tobrel", queue = folder + "/pinned_pending.json", copy = folder + "/copy";
     auto buffer = std::make_unique_for_overwrite<char[]>(portion);
     int from = open(queue.c_str(), O_RDONLY | O_CLOEXEC);

@@ -132,7 +132,7 @@ void append(const fs::path& folder, int entries, bool foreign, Goal goal) {
         R"( mv "$0.new" "$0" && sync "${0%/*}")";
     Contestant jq{"jq", {"sh", "-c", script, homes[2] / ".tobrel/pinned_pending.json"}};
     ours.times.clear();
-    compete({&ours, &jq}, entries > 100'000 ? 3 : 11);
+    compete({&ours, &jq}, entries > 100'000 ? 5 : 31);
     report("  by jq", jq, ours, goal == Goal::none ? goal : Goal::atLeast, 10);
 
     std::string memory = "TOBREL_BENCH_MEMORY=1 ";

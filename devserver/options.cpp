@@ -19,6 +19,7 @@ A small Tobrel server for demo, tests and benchmarks. It listens on 127.0.0.1 on
       --database FILE      keep grants and share links in FILE (default: in memory)
       --port PORT          0, the default, takes a free one
       --web-user EMAIL     who is signed in to the file browser at /tobrel/account/files
+                           at first; the page lets its reader choose any user
       --log FILE           append one line a request to FILE (default: standard error):
                            METHOD TARGET STATUS USER BODY, never the key
       --list-items EMAIL   print what this user sees, an IDENTIFIER<TAB>PATH a line, and end

@@ -9,6 +9,7 @@ constexpr const char* style = R"(<style>
 @media (prefers-color-scheme: dark) { :root { --soft: #9aa0a6; --accent: #8ab8ff; } }
 body { margin: 0 auto; max-width: 46rem; padding: 2rem 1.25rem; font: 16px/1.5 system-ui, sans-serif; }
 header { display: flex; justify-content: space-between; gap: 1rem; color: var(--soft); font-size: .875rem; }
+select { font: inherit; color: inherit; background: none; border: 0; }
 header b { color: var(--accent); letter-spacing: .02em; }
 h1 { font-size: 1.25rem; font-weight: 600; margin: 1.25rem 0 .75rem; overflow-wrap: anywhere; }
 a { color: var(--accent); text-decoration: none; }
@@ -30,7 +31,8 @@ std::string sizeText(std::uint64_t size) {
     return size < 1000000 ? std::to_string(size / 1000) + " KB" : std::to_string(size / 1000000) + " MB";
 }
 
-constexpr const char* filesContent = R"(<header><b>Tobrel</b><span id="user"></span></header>
+constexpr const char* filesContent =
+    R"(<header><b>Tobrel</b><select id="user" aria-label="Signed in as"></select></header>
 <h1 id="place"></h1>
 <ul id="items"></ul>
 <p id="message" role="status"></p>
@@ -69,25 +71,33 @@ function row(path, item) {
   return line;
 }
 
+function showUsers(users, user) {
+  const options = users.map((email) => element("option", email));
+  options.forEach((option) => { option.selected = option.value === user; });
+  byId("user").replaceChildren(...options);
+}
+
 let latest = 0;
 async function show() {
   const turn = ++latest, path = pieces();
   let answer = null, error = "";
   try {
-    const response = await fetch("files.json?path=" + encodeURIComponent(path.join("/")));
+    const query = { path: path.join("/"), user: byId("user").value };
+    const response = await fetch("files.json?" + new URLSearchParams(query));
     answer = await response.json();
-    if (!response.ok) error = answer.error;
+    error = answer.error ?? "";
   } catch { error = "The server does not answer."; }
   if (turn !== latest) return;
   const crumbs = [element("a", "Files", "#files")];
   path.forEach((piece, index) => crumbs.push(" / ", element("a", piece, address(path.slice(0, index + 1)))));
   byId("place").replaceChildren(...crumbs);
   document.title = (path.at(-1) ?? "Files") + " · Tobrel";
-  byId("user").textContent = error ? "" : answer.user;
+  if (answer?.users) showUsers(answer.users, answer.user);
   byId("items").replaceChildren(...(error ? [] : answer.items.map((item) => row(path, item))));
   byId("message").textContent = error || (answer.items.length ? "" : "This folder is empty.");
 }
 addEventListener("hashchange", show);
+byId("user").addEventListener("change", show);
 show();
 </script>
 )";

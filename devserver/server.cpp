@@ -134,11 +134,14 @@ void Server::answer(const httplib::Request& request, httplib::Response& response
 
 void Server::answerPage(const httplib::Request& request, httplib::Response& response, Service& service) {
     constexpr std::string_view linkPath = "/tobrel/s/";
-    const Account* user = accounts_.withEmail(options_.webUser);
     if (request.path == "/tobrel/account/files") return setPage(response, 200, filesPage());
-    if (request.path == "/tobrel/account/files.json")
+    if (request.path == "/tobrel/account/files.json") {
+        std::string chosen = request.get_param_value("user");
+        const Account* user = accounts_.withEmail(chosen.empty() ? options_.webUser : chosen);
+        if (options_.webUser.empty()) user = nullptr;
         return setJson(response, user ? service.listing(*user, request.get_param_value("path"))
                                       : refusal(401, "Nobody is signed in here."));
+    }
     if (request.path.starts_with(linkPath)) {
         auto content = service.linkContent(request.path.substr(linkPath.size()));
         if (content && content->live) return setPage(response, 200, linkPage(*content));

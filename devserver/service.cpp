@@ -198,15 +198,21 @@ json::object Service::described(const Link& link) const {
 
 Answer Service::listing(const Account& account, const std::string& path) {
     std::lock_guard lock(mutex_);
+    Answer answer{200, {{"user", account.email}, {"users", json::array{}}}};
+    for (const Account& other : accounts_.all()) answer.body["users"].as_array().emplace_back(other.email);
     auto folder = tree_.at(account.email, path);
-    if (!folder || !folder->isFolder) return refusal(404, "There is no such folder.");
-    json::array items;
+    if (!folder || !folder->isFolder) {
+        answer.status = 404;
+        answer.body["error"] = "There is no such folder.";
+        return answer;
+    }
+    auto& items = answer.body["items"].emplace_array();
     for (const Item& item : tree_.list(account.email, *folder))
         items.push_back({{"name", lastPieceOf(item.path)},
                          {"is_folder", item.isFolder},
                          {"size", item.size},
                          {"owner", item.through ? item.through->folder.owner : ""}});
-    return {200, {{"user", account.email}, {"path", folder->path}, {"items", items}}};
+    return answer;
 }
 
 std::optional<Service::LinkContent> Service::linkContent(const std::string& id) {

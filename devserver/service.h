@@ -36,7 +36,7 @@ public:
 
     Answer answer(const Request& request);
 
-    // For the pages: what a user sees in a folder, and what a link covers.
+    // For the pages: who can be signed in and what a user sees in a folder, and what a link covers.
     Answer listing(const Account& account, const std::string& path);
     struct LinkContent {
         Link link;

@@ -1,7 +1,6 @@
 #include <getopt.h>
 
 #include <cerrno>
-#include <clocale>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -80,7 +79,6 @@ int runSubcommand(Invocation& invocation) {
 }  // namespace
 
 int main(int count, char* words[]) {
-    std::setlocale(LC_ALL, "");
     Invocation invocation;
     // "-": words come in their order, as letter 1; ":": getopt prints nothing itself.
     for (int letter; (letter = getopt_long(count, words, "-:", options, nullptr)) != -1;) {

@@ -15,16 +15,17 @@ ApiResult failure(std::string message) {
 
 Reading readAnswer(const URLSessionAnswer& answer) {
     if (answer.error)
-        return {Outcome::unreachable, failure("Could not reach Tobrel: " + answer.error->localizedDescription())};
+        return {AnswerKind::unreachable, failure("Could not reach Tobrel: " + answer.error->localizedDescription())};
 
     int status = answer.statusCode.value_or(0);
     auto json = answer.data ? json::parseObject(*answer.data) : nullptr;
     if (status != 200) {
         auto message = json ? json::string(*json, "error") : std::nullopt;
-        return {Outcome::refused, failure(message.value_or("Tobrel answered HTTP " + std::to_string(status))), status};
+        return {AnswerKind::refused, failure(message.value_or("Tobrel answered HTTP " + std::to_string(status))),
+                status};
     }
-    if (!json) return {Outcome::unreadable, failure("Tobrel sent an unreadable answer"), status};
-    return {Outcome::success, {std::move(json), std::nullopt}, status};
+    if (!json) return {AnswerKind::unreadable, failure("Tobrel sent an unreadable answer"), status};
+    return {AnswerKind::success, {std::move(json), std::nullopt}, status};
 }
 
 }  // namespace tobrel

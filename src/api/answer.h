@@ -9,10 +9,10 @@ namespace tobrel {
 struct URLSessionAnswer;
 
 // What became of a request.
-enum class Outcome { success, unreachable, refused, unreadable };
+enum class AnswerKind { success, unreachable, refused, unreadable };
 
 struct Reading {
-    Outcome outcome;
+    AnswerKind kind;
     ApiResult result;
     // 0 where the answer has none.
     int status = 0;

@@ -11,15 +11,15 @@ namespace tobrel::API {
 namespace {
 
 void log(const Reading& reading, const URLSessionAnswer& answer, const std::string& label) {
-    switch (reading.outcome) {
-        case Outcome::success:
+    switch (reading.kind) {
+        case AnswerKind::success:
             return;
-        case Outcome::unreachable:
+        case AnswerKind::unreachable:
             return os_log(uilog(), OSLogType::error, "%{public}@ failed: %{public}@", label,
                           answer.error->localizedDescription());
-        case Outcome::refused:
+        case AnswerKind::refused:
             return os_log(uilog(), OSLogType::error, "%{public}@ -> HTTP %d", label, reading.status);
-        case Outcome::unreadable:
+        case AnswerKind::unreadable:
             return os_log(uilog(), OSLogType::error, "%{public}@ -> unreadable response", label);
     }
 }

@@ -25,8 +25,8 @@ namespace {
 class Log : public OSLogSink {
 public:
     Log(const Options& options, OSLogSink* frontEnd) : frontEnd_(frontEnd) {
-        bool mayAskJournal = options.log == LogDestination::journal ||
-                             (options.log == LogDestination::automatic && !options.home);
+        bool mayAskJournal =
+            options.log == LogDestination::journal || (options.log == LogDestination::automatic && !options.home);
         if (options.log == LogDestination::standardError)
             system_ = std::make_unique<StreamLog>(STDERR_FILENO);
         else if (mayAskJournal)

@@ -1,3 +1,5 @@
+#include <clocale>
+
 #include "host/online_parts.h"
 #include "host/run.h"
 
@@ -5,5 +7,7 @@ using namespace tobrel::host;
 
 int main(int count, char* words[]) {
     prepareProcess();
+    // Only a sheet needs the locale, for the width of its text; reading it takes a pin command's time.
+    std::setlocale(LC_ALL, "");
     return run(readCommandLine(count, words), makeOnlineParts);
 }

@@ -1,7 +1,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <clocale>
 #include <csignal>
 #include <cstdlib>
 
@@ -28,8 +27,9 @@ void prepareProcess() {
     // A file opened later must not become standard output where the caller closed that.
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor)
         if (fcntl(descriptor, F_GETFD) == -1) open("/dev/null", descriptor == STDIN_FILENO ? O_RDONLY : O_WRONLY);
+    // A reader that has gone and a file that may not grow are failed writes, not ends.
     signal(SIGPIPE, SIG_IGN);
-    setlocale(LC_ALL, "");
+    signal(SIGXFSZ, SIG_IGN);
 }
 
 Options readCommandLine(int count, char* const words[]) {

@@ -21,7 +21,8 @@ std::variant<std::string, std::error_code> readAll(const std::string& path) {
     std::string content;
     char buffer[64 * 1024];
     ssize_t count;
-    while ((count = read(descriptor, buffer, sizeof buffer)) > 0) content.append(buffer, static_cast<std::size_t>(count));
+    while ((count = read(descriptor, buffer, sizeof buffer)) > 0)
+        content.append(buffer, static_cast<std::size_t>(count));
     std::error_code error(count < 0 ? errno : 0, std::generic_category());
     close(descriptor);
     if (error) return error;

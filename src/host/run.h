@@ -31,7 +31,7 @@ public:
 
 using MakeOnlineParts = std::unique_ptr<OnlineParts> (*)(const Options& options, UserDatabase& users);
 
-// Makes the process fit for its work: signals, locale, standard descriptors that are really open.
+// Makes the process fit for its work: signals, standard descriptors that are really open.
 void prepareProcess();
 
 // Reads the command line; where it asks for information or is wrong, says so and ends the process.

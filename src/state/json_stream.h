@@ -19,7 +19,7 @@ public:
     // The next piece, valid and the caller's to change until the next call; empty at the end, nothing on a read error.
     std::optional<std::span<char>> next();
 
-    static constexpr std::size_t pieceSize = 64 * 1024;
+    static constexpr std::size_t pieceSize = std::size_t{64} * 1024;
 
 private:
     FileReader& file_;

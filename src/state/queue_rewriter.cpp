@@ -46,7 +46,7 @@ public:
     }
 
 private:
-    static constexpr std::size_t writeSize = 512 * 1024;
+    static constexpr std::size_t writeSize = std::size_t{512} * 1024;
 
     void write(std::size_t size) { failed_ = failed_ || !file_.write({buffer_.get(), size}); }
 

@@ -11,16 +11,11 @@ namespace tobrel::testing {
 
 using Lines = std::vector<std::string>;
 
-class TransportTest : public ::testing::Test {
-protected:
-    FakePlatform world;
-};
-
-TEST_F(TransportTest, ReducesEveryOutcomeToAnObjectOrAMessage) {
+TEST(Transport, ReducesEveryOutcomeToAnObjectOrAMessage) {
     const auto nested = [](int levels) {
         return R"({"a":)" + std::string(levels, '[') + std::string(levels, ']') + "}";
     };
-    const std::string unreadable = "error: Tobrel sent an unreadable answer";
+    const std::string unreadable = "Tobrel sent an unreadable answer";
     struct {
         URLSessionAnswer answer;
         std::string told;
@@ -33,59 +28,48 @@ TEST_F(TransportTest, ReducesEveryOutcomeToAnObjectOrAMessage) {
         {answered(200, "[]"), unreadable, "-> unreadable response"},
         {answered(200, "{\"a\":1,}"), unreadable, "-> unreadable response"},
         {answered(200, "{\"a\":\"\xFF\"}"), unreadable, "-> unreadable response"},
-        {answered(204, ""), "error: Tobrel answered HTTP 204", "-> HTTP 204"},
-        {answered(404, R"({"error":"No such item"})"), "error: No such item", "-> HTTP 404"},
-        {answered(403, R"({"error":""})"), "error: ", "-> HTTP 403"},
-        {answered(500, R"({"error":7})"), "error: Tobrel answered HTTP 500", "-> HTTP 500"},
-        {{.data = "{}"}, "error: Tobrel answered HTTP 0", "-> HTTP 0"},
-        {{"{}", 200, NSError{"E", 1, "It is slow."}},
-         "error: Could not reach Tobrel: It is slow.",
-         "failed: It is slow."},
+        {answered(204, ""), "Tobrel answered HTTP 204", "-> HTTP 204"},
+        {answered(404, R"({"error":"No such item"})"), "No such item", "-> HTTP 404"},
+        {answered(500, R"({"error":7})"), "Tobrel answered HTTP 500", "-> HTTP 500"},
+        {{.data = "{}"}, "Tobrel answered HTTP 0", "-> HTTP 0"},
+        {{"{}", 200, NSError{"E", 1, "It is slow."}}, "Could not reach Tobrel: It is slow.", "failed: It is slow."},
     };
     for (const auto& c : cases) {
-        world.log.clear();
+        FakePlatform world;
         ApiResult result;
-        API::send({.url = "https://h/x"}, [&](const ApiResult& answer) { result = answer; });
+        API::send({.url = "https://h/x"}, [&](const ApiResult& given) { result = given; });
         world.urlSession.answerLast(c.answer);
         EXPECT_NE(result.json != nullptr, result.error.has_value());
-        EXPECT_EQ(result.json ? boost::json::serialize(*result.json) : "error: " + result.error.value(), c.told);
+        EXPECT_EQ(result.json ? boost::json::serialize(*result.json) : result.error, c.told);
         EXPECT_EQ(world.log.lines(), c.logged.empty() ? Lines{} : Lines{"error: https://h/x " + c.logged});
     }
 }
 
-TEST_F(TransportTest, BuildsAuthenticatedRequestsAndLogsOnlyTheLengthOfTheKey) {
-    using Headers = decltype(URLRequest::headers);
+TEST(Request, CarriesTheKeyAndLogsOnlyItsLength) {
+    FakePlatform world;
     world.configure("https://h/base//", "se\u0301cret");
     boost::json::object body{{"days", 7}, {"name", "a/b ü"}};
-    auto post = API::request("/x", "POST", &body).value();
-    EXPECT_EQ(post.timeoutInterval, 30);
-    EXPECT_EQ(post.headers, (Headers{{"X-API-Key", "se\u0301cret"},
-                                     {"X-Tobrel-Client", tobrelClientHeader()},
-                                     {"Content-Type", "application/json"}}));
-    EXPECT_EQ(post.httpBody, R"({"days":7,"name":"a/b ü"})");
-
+    auto request = API::request("/x?id=%20", "POST", &body).value();
+    EXPECT_EQ(request.timeoutInterval, 30);
+    EXPECT_EQ(request.headers, (decltype(request.headers){{"X-API-Key", "se\u0301cret"},
+                                                          {"X-Tobrel-Client", tobrelClientHeader()},
+                                                          {"Content-Type", "application/json"}}));
+    EXPECT_EQ(request.httpBody, R"({"days":7,"name":"a/b ü"})");
+    EXPECT_EQ(API::request("/x", "DELETE")->headers.size(), 2u);
+    EXPECT_FALSE(API::request("/x?id=a b", "GET"));
+    EXPECT_EQ(world.log.lines(), (Lines{"error: POST https://h/base/x?id=%20 (key 6 chars)",
+                                        "error: DELETE https://h/base/x (key 6 chars)"}));
     body["name"] = "\xFF";
     EXPECT_FALSE(API::request("/x", "POST", &body)->httpBody) << "not UTF-8";
-
-    world.configure("https://h", "");
-    auto bare = API::request("/x?id=%20&y", "DELETE").value();
-    EXPECT_EQ(bare.headers, (Headers{{"X-API-Key", ""}, {"X-Tobrel-Client", tobrelClientHeader()}}));
-    EXPECT_FALSE(bare.httpBody);
-    EXPECT_EQ(world.log.lines(),
-              (Lines{"error: POST https://h/base/x (key 6 chars)", "error: POST https://h/base/x (key 6 chars)",
-                     "error: DELETE https://h/x?id=%20&y (key 0 chars)"}));
-    world.log.clear();
-    EXPECT_FALSE(API::request("/x?id=a b", "GET"));
-    EXPECT_TRUE(world.log.lines().empty());
 }
 
 TEST(ClientHeader, IsMadeFromTheTextsOfTheInformationDictionary) {
-    InfoDictionary dictionary;
+    InfoDictionary dictionary{{"CFBundleShortVersionString", 1.4}};
     EXPECT_EQ(clientHeader(dictionary), "macos/0 (0); Tobrel");
-    dictionary = {{"CFBundleShortVersionString", 1.4}, {"CFBundleVersion", "27"}, {"CFBundleName", "Bar"}};
-    EXPECT_EQ(clientHeader(dictionary), "macos/0 (27); Bar");
+    dictionary = {{"CFBundleShortVersionString", "1.4"}, {"CFBundleVersion", "27"}, {"CFBundleName", "Bar"}};
+    EXPECT_EQ(clientHeader(dictionary), "macos/1.4 (27); Bar");
     dictionary["CFBundleExecutable"] = "Foo";
-    EXPECT_EQ(clientHeader(dictionary), "macos/0 (27); Foo");
+    EXPECT_EQ(clientHeader(dictionary), "macos/1.4 (27); Foo");
 }
 
 }  // namespace tobrel::testing

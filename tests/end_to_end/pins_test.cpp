@@ -32,8 +32,9 @@ TEST(PinCommand, RecordsPathsOfEveryKindInTheirOrderAndSignalsOnce) {
     std::string dash = installation.addFile("i-4", "-dash");
     std::filesystem::current_path(installation.root());
 
-    Ended keep = run(installation.action({"keep", "--", spaces, lineBreak, bytes, "-dash", "id:i-9", installation.root(),
-                                          "file://" + installation.root() + "/two%20words/a%20report.pdf"}));
+    Ended keep =
+        run(installation.action({"keep", "--", spaces, lineBreak, bytes, "-dash", "id:i-9", installation.root(),
+                                 "file://" + installation.root() + "/two%20words/a%20report.pdf"}));
     EXPECT_EQ(keep.status, 0) << keep.errors;
     EXPECT_EQ(keep.output, "Made available offline\n");
     EXPECT_EQ(identifiers(installation.pins()), (Words{"i-1", "i-2", "i-3", "i-4", "i-9", "root", "i-1"}));
@@ -77,8 +78,7 @@ TEST(PinCommand, LosesNothingWhenAHundredRunAtOnce) {
     for (int i = 0; i < 100; ++i) {
         std::string first = "id:a" + std::to_string(i);
         std::string second = "id:b" + std::to_string(i);
-        programs.push_back(
-            std::make_unique<Program>(installation.action({"keep", "--domain", "work", first, second})));
+        programs.push_back(std::make_unique<Program>(installation.action({"keep", "--domain", "work", first, second})));
     }
     for (auto& program : programs) EXPECT_EQ(program->wait().status, 0);
     auto kept = identifiers(installation.pins());
@@ -131,8 +131,8 @@ TEST(Request, IsCancelledWhereAnItemCannotBeMapped) {
     Installation installation;
     std::string known = installation.addFile("a", "known");
     writeFile(installation.root() + "/unknown", "");
-    for (std::string item : {installation.root() + "/unknown", installation.root() + "2/known", std::string("/etc/passwd"),
-                             installation.home() + "/no\nsuch", std::string("")}) {
+    for (std::string item : {installation.root() + "/unknown", installation.root() + "2/known",
+                             std::string("/etc/passwd"), installation.home() + "/no\nsuch", std::string("")}) {
         Ended ended = run(installation.action({"keep", "--front-end", "json", known, "--", item}));
         EXPECT_EQ(ended.status, 3) << item;
         EXPECT_EQ(std::count(ended.errors.begin(), ended.errors.end(), '\n'), 1) << ended.errors;

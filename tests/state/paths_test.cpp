@@ -2,20 +2,22 @@
 
 #include <gtest/gtest.h>
 
-#include "support/local_platform.h"
+#include "support/fake_platform.h"
 
 namespace tobrel {
 namespace {
 
 TEST(Paths, NamesFilesOfThePrivateFolder) {
-    const std::pair<std::string, std::string> cases[] = {{"/Users/ann", "/Users/ann/.tobrel/config.json"},
-                                                         {"/Users/ann/", "/Users/ann/.tobrel/config.json"},
-                                                         {"/", "/.tobrel/config.json"},
-                                                         {"", ".tobrel/config.json"}};
+    const std::pair<std::optional<std::string>, std::string> cases[] = {{"/Users/ann", "/Users/ann/.tobrel/x"},
+                                                                        {"/Users/ann/", "/Users/ann/.tobrel/x"},
+                                                                        {"/", "/.tobrel/x"},
+                                                                        {"", ".tobrel/x"},
+                                                                        {std::nullopt, "/elsewhere/.tobrel/x"}};
+    testing::FakePlatform platform;
+    platform.users.platformHome = "/elsewhere";
     for (const auto& [home, path] : cases) {
-        testing::LocalPlatform platform(home);
-        EXPECT_EQ(Paths::home(), home);
-        EXPECT_EQ(Paths::in("config.json"), path);
+        platform.users.home = home;
+        EXPECT_EQ(Paths::in("x"), path);
     }
 }
 

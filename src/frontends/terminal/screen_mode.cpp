@@ -35,6 +35,11 @@ NSView* firstChoice(const Rows& rows) {
     return nullptr;
 }
 
+bool isInFooter(const Rows& rows, const NSView* view) {
+    if (rows.empty() || !rows.back().footer) return false;
+    return indexOf(view, rows.back().pieces).has_value();
+}
+
 }  // namespace
 
 ScreenMode::~ScreenMode() {
@@ -190,13 +195,14 @@ void ScreenMode::settleFocus(const Rows& rows) {
     auto controls = controlsOf(rows);
     auto index = indexOf(root.firstResponder(), controls);
     if (!index) {
-        resumeIndex_ = focusIndex_;
+        resumeIndex_ = bodyFocus_;
         if (NSView* choice = firstChoice(rows)) choice->becomeFirstResponder();
         index = indexOf(root.firstResponder(), controls);
     } else if (index != focusIndex_) {
         resumeIndex_.reset();
     }
     focusIndex_ = index;
+    bodyFocus_ = index && !isInFooter(rows, root.firstResponder()) ? index : std::nullopt;
     NSTextField* field = index ? controls[*index].field : nullptr;
     if (!field) {
         editedField_ = 0;

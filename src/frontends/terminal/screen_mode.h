@@ -62,7 +62,9 @@ private:
     std::uint64_t editedField_ = 0;
     FieldEdit edit_;
     std::optional<std::size_t> focusIndex_;
-    // The place in the order of controls at which the focus was lost, until it moves on.
+    // The same, where that is a control of a form or a list.
+    std::optional<std::size_t> bodyFocus_;
+    // The place in the order of controls at which such a focus was lost, until it moves on.
     std::optional<std::size_t> resumeIndex_;
 };
 

@@ -170,10 +170,13 @@ void FileProviderRegistry::create() const {
     int descriptor = open(fresh.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (descriptor < 0) throw SqliteFault::noAccess;
     close(descriptor);
-    {
+    try {
         SqliteDatabase database(fresh);
         database.tidyUpOnClose();
         database.execute(schema);
+    } catch (SqliteFault) {
+        unlink(fresh.c_str());
+        throw;
     }
     // What a registry that was taken away has left behind must not be read into this one.
     removeLogsOf(file_);
@@ -201,8 +204,8 @@ Outcome<Done> FileProviderRegistry::addDomain(const std::string& identifier, con
         SqliteTransaction transaction(database, SqliteTransaction::Kind::write);
         if (auto existing = findDomain(identifier)) {
             if (existing->root == *real) return Done{};
-            return Failure{"The domain " + inQuotes(identifier) + " exists with another root, " + inQuotes(existing->root) +
-                           "; remove it first."};
+            return Failure{"The domain " + inQuotes(identifier) + " exists with another root, " +
+                           inQuotes(existing->root) + "; remove it first."};
         }
         auto owner = database.query("SELECT identifier FROM domain WHERE root = ?", std::string_view(*real));
         if (owner.next())
@@ -356,7 +359,8 @@ Outcome<Done> FileProviderRegistry::ItemEdit::add(std::string_view item, std::st
         }
         auto owner = database_.query("SELECT item FROM item WHERE domain = ? AND path = ?", domain_.number,
                                      std::string_view(*below));
-        return Failure{inQuotes(path) + " belongs to another item, " + inQuotes(owner.next() ? owner.bytes(0) : "") + "."};
+        return Failure{inQuotes(path) + " belongs to another item, " + inQuotes(owner.next() ? owner.bytes(0) : "") +
+                       "."};
     });
 }
 

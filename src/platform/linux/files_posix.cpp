@@ -73,7 +73,7 @@ public:
             size_ += count;
         }
         // The disk may begin while the rest is still being made.
-        constexpr off_t portion = 4 * 1024 * 1024;
+        constexpr off_t portion = off_t{4} * 1024 * 1024;
         if (size_ - flushed_ >= portion) {
             ::sync_file_range(file_.number(), flushed_, size_ - flushed_, SYNC_FILE_RANGE_WRITE);
             flushed_ = size_;
@@ -136,7 +136,7 @@ bool waitForLock(int folder, const std::string& path, std::chrono::milliseconds 
     using namespace std::chrono_literals;
     using Clock = std::chrono::steady_clock;
     constexpr std::chrono::milliseconds pause = 5ms, longest = 2min;
-    constexpr off_t bytesPerSecond = 4 * 1024 * 1024;
+    constexpr off_t bytesPerSecond = off_t{4} * 1024 * 1024;
 
     const auto start = Clock::now();
     auto lastProgress = start;

@@ -51,19 +51,6 @@ std::string part(CURLU* handle, CURLUPart part, unsigned flags = 0) {
     return result;
 }
 
-ParsedHTTPAddress addressOf(CURLU* handle, std::string url) {
-    std::string scheme = lowered(part(handle, CURLUPART_SCHEME));
-    std::string host = lowered(part(handle, CURLUPART_HOST));
-    if (scheme != "http" && scheme != "https") return HTTPFailure::unsupportedScheme;
-    if (host.empty()) return HTTPFailure::badAddress;
-    std::string written = part(handle, CURLUPART_PORT);
-    return HTTPAddress{.url = std::move(url),
-                       .scheme = std::move(scheme),
-                       .host = host,
-                       .port = part(handle, CURLUPART_PORT, CURLU_DEFAULT_PORT),
-                       .name = written.empty() ? host : host + ":" + written};
-}
-
 }  // namespace
 
 bool HTTPAddress::hasOriginOf(const HTTPAddress& other) const {
@@ -80,7 +67,13 @@ ParsedHTTPAddress parseHTTPAddress(std::string_view url) {
     std::string text(url);
     if (curl_url_set(handle.get(), CURLUPART_URL, text.c_str(), CURLU_PATH_AS_IS) != CURLUE_OK)
         return HTTPFailure::badAddress;
-    return addressOf(handle.get(), std::move(text));
+    std::string host = lowered(part(handle.get(), CURLUPART_HOST));
+    std::string port = part(handle.get(), CURLUPART_PORT);
+    return HTTPAddress{.url = std::move(text),
+                       .scheme = *scheme,
+                       .host = host,
+                       .port = part(handle.get(), CURLUPART_PORT, CURLU_DEFAULT_PORT),
+                       .name = port.empty() ? host : host + ":" + port};
 }
 
 ParsedHTTPAddress resolveHTTPAddress(const HTTPAddress& base, std::string_view location) {
@@ -94,7 +87,8 @@ ParsedHTTPAddress resolveHTTPAddress(const HTTPAddress& base, std::string_view l
     if (curl_url_set(handle.get(), CURLUPART_URL, base.url.c_str(), CURLU_PATH_AS_IS) != CURLUE_OK ||
         curl_url_set(handle.get(), CURLUPART_URL, std::string(location).c_str(), kLenient) != CURLUE_OK)
         return HTTPFailure::badAddress;
-    return addressOf(handle.get(), part(handle.get(), CURLUPART_URL));
+    // Read again as the connection will read it, so that both mean the same host.
+    return parseHTTPAddress(part(handle.get(), CURLUPART_URL));
 }
 
 }  // namespace tobrel

@@ -1,6 +1,7 @@
 #include "platform/linux/http_curl_transfer.h"
 
 #include <curl/curl.h>
+#include <sys/socket.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -103,8 +104,14 @@ struct CurlTransfer::Callbacks {
     // The library sends a request again by itself when a reused connection dies before the first byte of the answer;
     // the server may have acted on it by then.
     static int beforeSending(void* self, char*, char*, int, int) {
-        return std::exchange(static_cast<CurlTransfer*>(self)->sent_, true) ? CURL_PREREQFUNC_ABORT
-                                                                            : CURL_PREREQFUNC_OK;
+        auto& transfer = *static_cast<CurlTransfer*>(self);
+        transfer.lastProgress_ = Clock::now();
+        return std::exchange(transfer.sent_, true) ? CURL_PREREQFUNC_ABORT : CURL_PREREQFUNC_OK;
+    }
+
+    // A program that is started meanwhile, such as the browser, inherits no connection.
+    static curl_socket_t open(void*, curlsocktype, curl_sockaddr* address) {
+        return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
     }
 };
 
@@ -128,6 +135,7 @@ CurlTransfer::CurlTransfer(const CurlTrust& trust, void* share) : handle_(curl_e
     set(handle, CURLOPT_NOPROGRESS, 0L);
     set(handle, CURLOPT_PREREQFUNCTION, &Callbacks::beforeSending);
     set(handle, CURLOPT_PREREQDATA, this);
+    set(handle, CURLOPT_OPENSOCKETFUNCTION, &Callbacks::open);
     set(handle, CURLOPT_SHARE, share);
     set(handle, CURLOPT_COOKIEFILE, "");
 
@@ -201,10 +209,12 @@ void CurlTransfer::setHeaders() {
         if (!longer) throw std::bad_alloc();
         list = longer;
     };
+    std::string line;
     for (const auto& [name, value] : hop_.request.headers) {
         // The library leaves out a header without a value unless it is written so.
         bool blank = value.find_first_not_of(" \t") == value.npos;
-        append(blank ? name + ";" : name + ": " + value);
+        line.assign(name).append(blank ? ";" : ": ").append(blank ? "" : value);
+        append(line);
     }
     if (hop_.request.httpBody) append("Expect:");
     set(handle_.get(), CURLOPT_HTTPHEADER, list);

@@ -284,9 +284,16 @@ TEST_F(JsonFrontEndTest, NeitherOutputThatFailsNorInputThatIsNoneStopsARequest) 
     }
     EXPECT_EQ(actions_.size(), 3u);
     // Each of these ends at once, which closes the window.
-    for (int input : {folder, closed, JsonFrontEnd::noInput}) runLoop(full, input);
+    for (int input : {folder, closed}) runLoop(full, input);
     ::close(full);
     ::close(folder);
+}
+
+TEST_F(JsonFrontEndTest, WithoutAnInputItWaitsForTheResultBeforeItCloses) {
+    label_->setStringValue("Creating share link…");
+    loop_.setTimer(std::chrono::milliseconds(20), [this] { label_->setStringValue("Link copied"); });
+    runLoop(output_[1], JsonFrontEnd::noInput);
+    EXPECT_EQ(label_->stringValue(), "Link copied");
 }
 
 TEST_F(JsonFrontEndTest, ReadsNoFurtherAheadThanItNeedsToWhileItWaits) {

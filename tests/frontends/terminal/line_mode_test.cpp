@@ -64,6 +64,7 @@ TEST_F(LineModeTest, aScriptAnswersTheFormAndReadsItsResult) {
         host->loop.async([&] { host->showLabel("Creating share link…"); });
         // The answer comes from elsewhere, after the input has ended.
         server = std::thread([&] {
+            readUntil("Creating share link…");
             host->loop.async([&] {
                 frontEnd->setString("https://x.org/a", NSPasteboardTypeString);
                 host->showLabel("Link copied to the clipboard:\nhttps://x.org/a\nIt holds " +

@@ -97,22 +97,32 @@ TEST(ScreenMode, keysMoveSwitchAndChoose) {
 }
 
 TEST(ScreenMode, whatWasTypedAheadOfAPressDoesNotReachTheNextSheet) {
-    PtyChild child(sheet([](SheetHost& host, TerminalFrontEnd&) {
+    int answer[2];
+    ASSERT_EQ(pipe(answer), 0);
+    PtyChild child(sheet([&](SheetHost& host, TerminalFrontEnd&) {
         host.actions["revokeTapped:"] = [&host, pressed = 0](NSButton&) mutable {
             ++pressed;
             host.loop.async([&host, pressed] { host.showList({"left after " + std::to_string(pressed)}); });
         };
-        host.showList({"ann", "bob"});
+        host.showLabel("Checking sharing…");
+        host.loop.watchInput(answer[0], [&host, &answer] {
+            host.loop.unwatchInput(answer[0]);
+            host.showList({"ann", "bob"});
+        });
     }));
+    child.expect("Checking sharing…");
+    ASSERT_EQ(write(answer[1], "\n", 1), 1);
+    child.expect("bob");
     child.expect("> Done <");
-    child.send("\t\r\r\r");
+    child.send("\x1B[A\r\r\r");
     child.expect("left after 1  ·");
     child.expect("> Done <");
     // The focus went to the button that does no harm; the next move goes on where it was.
-    child.send("\t\r");
+    child.send("\x1B[A\r");
     child.expect("left after 2  ·");
     child.send("\x1B");
     EXPECT_THAT(child.rest(), Not(HasSubstr("left after 3")));
+    for (int descriptor : answer) close(descriptor);
 }
 
 TEST(ScreenMode, redrawsForTheTerminalsNewSize) {

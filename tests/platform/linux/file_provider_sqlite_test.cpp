@@ -6,6 +6,7 @@
 #include <future>
 #include <latch>
 #include <thread>
+#include <tuple>
 
 #include "support/temporary_folder.h"
 
@@ -15,17 +16,18 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using Signalled = std::optional<NSError>;
+// What a completion is given, once it has been called.
+template <class... Values, class Ask>
+std::tuple<Values...> answerTo(const Ask& ask) {
+    auto promise = std::make_shared<std::promise<std::tuple<Values...>>>();
+    ask([promise](Values... values) { promise->set_value({std::move(values)...}); });
+    return promise->get_future().get();
+}
 
-struct Url {
-    std::optional<NSURL> url;
-    std::optional<NSError> error;
-};
-
-struct Identifier {
-    std::optional<std::string> item, domain;
-    std::optional<NSError> error;
-};
+using Error = std::optional<NSError>;
+using Url = std::tuple<std::optional<NSURL>, Error>;
+using Identifier = std::tuple<std::optional<std::string>, std::optional<std::string>, Error>;
+using Domains = std::tuple<std::vector<NSFileProviderDomain>, Error>;
 
 class SqliteFileProviderTest : public ::testing::Test {
 protected:
@@ -44,32 +46,20 @@ protected:
     }
     std::shared_ptr<NSFileProviderManager> manager() { return provider_->managerForDomain({"work"}); }
     Url url(NSFileProviderManager& manager, const std::string& item) {
-        std::promise<Url> promise;
-        manager.getUserVisibleURLForItemIdentifier(item, [&](auto url, auto error) {
-            promise.set_value({std::move(url), std::move(error)});
-        });
-        return promise.get_future().get();
+        return answerTo<std::optional<NSURL>, Error>(
+            [&](auto completion) { manager.getUserVisibleURLForItemIdentifier(item, completion); });
     }
     Identifier identifier(const std::string& path) {
-        std::promise<Identifier> promise;
-        provider_->getIdentifierForUserVisibleFileAtURL({path}, [&](auto item, auto domain, auto error) {
-            promise.set_value({std::move(item), std::move(domain), std::move(error)});
-        });
-        return promise.get_future().get();
+        return answerTo<std::optional<std::string>, std::optional<std::string>, Error>(
+            [&](auto completion) { provider_->getIdentifierForUserVisibleFileAtURL({path}, completion); });
     }
-    std::pair<std::vector<std::string>, std::optional<NSError>> domains() {
-        std::promise<std::pair<std::vector<std::string>, std::optional<NSError>>> promise;
-        provider_->getDomainsWithCompletionHandler([&](auto domains, auto error) {
-            std::vector<std::string> identifiers;
-            for (auto& domain : domains) identifiers.push_back(domain.identifier);
-            promise.set_value({identifiers, error});
-        });
-        return promise.get_future().get();
+    Domains domains() {
+        return answerTo<std::vector<NSFileProviderDomain>, Error>(
+            [&](auto completion) { provider_->getDomainsWithCompletionHandler(completion); });
     }
-    Signalled signal(NSFileProviderManager& manager, const std::string& container) {
-        std::promise<Signalled> promise;
-        manager.signalEnumeratorForContainerItemIdentifier(container, [&](auto error) { promise.set_value(error); });
-        return promise.get_future().get();
+    Error signal(NSFileProviderManager& manager, const std::string& container) {
+        return std::get<0>(answerTo<Error>(
+            [&](auto completion) { manager.signalEnumeratorForContainerItemIdentifier(container, completion); }));
     }
     long signals() { return (*admin_.read())->domains()[0].signals; }
 
@@ -84,26 +74,25 @@ protected:
 }  // namespace
 
 TEST_F(SqliteFileProviderTest, tells_what_is_registered) {
-    EXPECT_EQ(domains().first, std::vector<std::string>{"work"});
+    EXPECT_EQ(std::get<0>(domains()).at(0).identifier, "work");
     EXPECT_FALSE(provider_->managerForDomain({"other"}));
     auto work = manager();
     ASSERT_TRUE(work);
-    EXPECT_EQ(url(*work, "a").url->path, root_ + "/a.txt");
-    EXPECT_EQ(url(*work, "root").url->path, root_);
-    EXPECT_EQ(url(*work, "nobody").error->code, NSFileProviderErrorNoSuchItem);
-    Url gone = url(*work, "gone");
-    EXPECT_FALSE(gone.url);
-    EXPECT_EQ(gone.error->text, "The file “" + root_ + "/gone.txt” has gone.");
+    EXPECT_EQ(std::get<0>(url(*work, "a"))->path, root_ + "/a.txt");
+    EXPECT_EQ(std::get<0>(url(*work, "root"))->path, root_);
+    EXPECT_EQ(std::get<1>(url(*work, "nobody"))->code, NSFileProviderErrorNoSuchItem);
+    auto [goneUrl, goneError] = url(*work, "gone");
+    EXPECT_FALSE(goneUrl);
+    EXPECT_EQ(goneError->text, "The file “" + root_ + "/gone.txt” has gone.");
 
-    EXPECT_EQ(identifier(root_ + "/a.txt").item, "a");
-    EXPECT_EQ(identifier(root_ + "/a.txt").domain, "work");
-    EXPECT_EQ(identifier(root_).item, "root");
-    EXPECT_TRUE(identifier(root_ + "/b.txt").error);
-    EXPECT_TRUE(identifier(base_ + "/Tobrel2").error);
-    EXPECT_TRUE(identifier("a.txt").error);
+    auto [item, domain, error] = identifier(root_ + "/a.txt");
+    EXPECT_EQ(item, "a");
+    EXPECT_EQ(domain, "work");
+    EXPECT_EQ(std::get<0>(identifier(root_)), "root");
+    for (const auto& unknown : {root_ + "/b.txt", base_ + "/Tobrel2", std::string("a.txt")})
+        EXPECT_TRUE(std::get<2>(identifier(unknown))) << unknown;
 
     EXPECT_TRUE(provider_->startAccessingSecurityScopedResource({root_ + "/a.txt"}));
-    provider_->stopAccessingSecurityScopedResource({root_ + "/a.txt"});
     EXPECT_FALSE(provider_->startAccessingSecurityScopedResource({root_ + "/gone.txt"}));
 }
 
@@ -114,22 +103,21 @@ TEST_F(SqliteFileProviderTest, counts_signals_of_the_working_set_alone) {
     EXPECT_EQ(signals(), 1);
     ASSERT_TRUE(admin_.removeDomain("work"));
     EXPECT_TRUE(signal(*work, NSFileProviderWorkingSetContainerItemIdentifier));
-    EXPECT_TRUE(url(*work, "a").error);
+    EXPECT_TRUE(std::get<1>(url(*work, "a")));
     EXPECT_FALSE(manager());
 }
 
 TEST_F(SqliteFileProviderTest, a_look_up_sees_every_change_made_before_it) {
     auto work = manager();
     testing::writeFile(root_ + "/b.txt", "");
-    std::promise<Url> promise;
     // From within a completion, so that the thread goes straight from one look-up to the next.
-    work->getUserVisibleURLForItemIdentifier("a", [&](auto, auto) {
-        add("a", "b.txt");
-        work->getUserVisibleURLForItemIdentifier("a", [&](auto url, auto error) {
-            promise.set_value({std::move(url), std::move(error)});
+    auto [moved, error] = answerTo<std::optional<NSURL>, Error>([&](auto completion) {
+        work->getUserVisibleURLForItemIdentifier("a", [=, this](auto, auto) {
+            add("a", "b.txt");
+            work->getUserVisibleURLForItemIdentifier("a", completion);
         });
     });
-    EXPECT_EQ(promise.get_future().get().url->path, root_ + "/b.txt");
+    EXPECT_EQ(moved->path, root_ + "/b.txt");
 }
 
 TEST_F(SqliteFileProviderTest, look_ups_really_run_at_once) {
@@ -207,16 +195,15 @@ TEST_F(SqliteFileProviderTest, may_be_destroyed_by_its_own_completion) {
 }
 
 TEST_F(SqliteFileProviderTest, hands_on_why_the_registry_cannot_be_read) {
-    auto work = manager();
-    provider_ = std::make_unique<SqliteFileProvider>(std::make_unique<FileProviderRegistry>(base_ + "/spoilt"));
     fs::create_directory(base_ + "/spoilt");
     testing::writeFile(base_ + "/spoilt/file-provider.sqlite", "nonsense");
-    auto [identifiers, error] = domains();
-    EXPECT_EQ(identifiers, std::vector<std::string>());
+    provider_ = std::make_unique<SqliteFileProvider>(std::make_unique<FileProviderRegistry>(base_ + "/spoilt"));
+    auto [list, error] = domains();
+    EXPECT_TRUE(list.empty());
     ASSERT_TRUE(error);
     EXPECT_NE(error->text.find("/spoilt/file-provider.sqlite"), std::string::npos) << error->text;
-    EXPECT_FALSE(provider_->managerForDomain({"work"}));
-    EXPECT_TRUE(identifier(root_ + "/a.txt").error);
+    EXPECT_FALSE(manager());
+    EXPECT_TRUE(std::get<2>(identifier(root_ + "/a.txt")));
 }
 
 }  // namespace tobrel

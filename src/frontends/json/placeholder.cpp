@@ -1,1 +1,0 @@
-namespace tobrel { void placeholder_json() {} }
