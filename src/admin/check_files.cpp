@@ -23,7 +23,7 @@ namespace tobrel::admin {
 
 namespace {
 
-constexpr std::size_t largestFile = 1024 * 1024;
+constexpr std::size_t largestFile = std::size_t{1024} * 1024;
 constexpr mode_t forOthers = 077;
 
 bool isWritableFolder(const std::string& path) {

@@ -74,6 +74,7 @@ Finding checkKeychain(Composition& composition) {
         return {check, "the keyring is locked", "unlock it, for example by logging in to the desktop"};
     if (auto complaint = keychain.file().complaint()) return {check, complaint->what, complaint->wayOut};
     if (found.status == errSecItemNotFound) return {check, name + " is ready; it holds no key", ""};
+    if (found.status == errSecIO) return {check, name + " does not answer", "log in to the desktop anew"};
     if (found.status != errSecSuccess)
         return {check, name + " fails: " + KeychainStore::describe(found.status), setKey};
     if (!KeychainStore::readKey()) return {check, name + " holds an unusable key", setKey};

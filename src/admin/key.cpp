@@ -18,6 +18,8 @@ namespace {
 std::string reason(LinuxKeychain& keychain, OSStatus status) {
     if (status == errSecInteractionNotAllowed)
         return "the keyring is locked; unlock it, for example by logging in to the desktop, and try again.";
+    if (status == errSecIO && findKeyItem(keychain).store == LinuxKeychain::Store::secretService)
+        return "the Secret Service does not answer; try again after the next login to the desktop.";
     auto complaint = keychain.file().complaint();
     if (status == errSecAuthFailed && complaint) return complaint->what + " To mend that: " + complaint->wayOut;
     return KeychainStore::describe(status);

@@ -32,8 +32,8 @@ Sets up what the file actions need, and looks after it.
 
 Options:
       --home DIR        use DIR in place of the home folder, and nothing outside it
-      --json            lists only: one JSON object a line
-      --account NAME    key only: the keychain item's account
+      --json            lists, key status and doctor: one JSON object a line
+      --account NAME    key set only: the keychain item's account
       --help            print this text
       --version         print the version
 

@@ -11,7 +11,7 @@ namespace tobrel::admin {
 
 namespace {
 
-constexpr std::size_t largestSecret = 64 * 1024;
+constexpr std::size_t largestSecret = std::size_t{64} * 1024;
 
 volatile std::sig_atomic_t interruption = 0;
 

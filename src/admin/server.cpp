@@ -15,7 +15,7 @@ namespace tobrel::admin {
 
 namespace {
 
-constexpr std::size_t largestFile = 1024 * 1024;
+constexpr std::size_t largestFile = std::size_t{1024} * 1024;
 
 // Why the address cannot be a server's, or nothing.
 std::optional<std::string> objection(const std::string& address) {

@@ -13,7 +13,7 @@ namespace tobrel::Config {
 
 namespace {
 
-constexpr std::size_t largestFile = 1024 * 1024;
+constexpr std::size_t largestFile = std::size_t{1024} * 1024;
 constexpr std::size_t deepestNesting = 512;
 
 std::string textMember(const char* name) {

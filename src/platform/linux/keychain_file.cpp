@@ -16,7 +16,7 @@ namespace tobrel {
 
 namespace {
 
-constexpr std::size_t largestFile = 1024 * 1024;
+constexpr std::size_t largestFile = std::size_t{1024} * 1024;
 
 void appendField(std::string& text, const std::string& field) {
     for (int shift = 0; shift < 32; shift += 8) text += static_cast<char>(field.size() >> shift & 0xFF);

@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/linux/keychain_calls.h"
 #include "platform/linux/keychain_item.h"
 #include "platform/utf8.h"
 
@@ -20,22 +21,15 @@ namespace tobrel {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using Clock = BoundedCalls::Clock;
 using Paths = std::vector<std::string>;
 
-struct Release {
-    void operator()(gchar* text) const { g_free(text); }
-    void operator()(GError* error) const { g_error_free(error); }
-    void operator()(GHashTable* table) const { g_hash_table_unref(table); }
-    void operator()(GMainContext* context) const { g_main_context_unref(context); }
-    void operator()(GVariant* variant) const { g_variant_unref(variant); }
+struct ReleaseSecret {
     void operator()(SecretValue* value) const { secret_value_unref(value); }
-    void operator()(GCancellable* object) const { g_object_unref(object); }
-    void operator()(GAsyncResult* object) const { g_object_unref(object); }
-    void operator()(SecretService* object) const { g_object_unref(object); }
+    void operator()(SecretService* service) const { g_object_unref(service); }
 };
 template <class Type>
-using Owned = std::unique_ptr<Type, Release>;
+using OwnedSecret = std::unique_ptr<Type, ReleaseSecret>;
 
 Paths take(gchar** texts) {
     Paths paths;
@@ -98,7 +92,10 @@ Owned<GHashTable> propertiesOf(const KeychainItem& item) {
 // One connection and one private main context, used by one call at a time.
 class KeychainSecretService::Connection {
 public:
-    explicit Connection(Bounds bounds) : bounds_(bounds), context_(g_main_context_new()) {}
+    explicit Connection(Bounds bounds) : bounds_(bounds) {}
+    ~Connection() { disconnect(); }
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
 
     // Runs the work with a connected service.
     OSStatus use(const std::function<OSStatus()>& work);
@@ -117,31 +114,28 @@ public:
     OSStatus remove(const std::string& item);
 
 private:
-    using Answer = Owned<GAsyncResult>;
-    // Shared with the library, which may answer after the wait was given up.
-    using Call = std::shared_ptr<Answer>;
-    using Start = std::function<void(GCancellable*, GAsyncReadyCallback, gpointer)>;
-
-    Answer await(const Start& start);
-    Answer awaitUser(const Start& start);
-    static Call begin(const Start& start, GCancellable* cancellable);
-    void iterateUntil(Clock::time_point deadline, const Answer& answer);
+    BoundedCalls::Answer await(const BoundedCalls::Start& start) { return calls_.await(start, deadline_); }
+    BoundedCalls::Answer awaitUser(const BoundedCalls::Start& start);
     OSStatus connect();
+    void disconnect();
     struct DefaultCollection {
-        OSStatus status;
+        OSStatus status = errSecSuccess;
+        // Nothing where the service has none.
         std::optional<std::string> path;
+        bool isLocked = false;
     };
     DefaultCollection defaultCollection();
     std::optional<std::string> createDefaultCollection();
-    bool isLocked(const std::string& collection);
+    std::optional<bool> isLocked(const std::string& collection);
     bool unlock(const Paths& objects);
 
     const Bounds bounds_;
     std::timed_mutex mutex_;
-    const Owned<GMainContext> context_;
-    Owned<SecretService> service_;
+    BoundedCalls calls_;
+    OwnedSecret<SecretService> service_;
     Clock::time_point deadline_;
-    Clock::time_point unavailableUntil_;
+    Clock::time_point retreatUntil_;
+    OSStatus retreatStatus_ = errSecSuccess;
     bool asked_ = false;
 };
 
@@ -183,22 +177,26 @@ OSStatus KeychainSecretService::SecItemDelete(const SecAttributes& attributes) {
 OSStatus KeychainSecretService::Connection::use(const std::function<OSStatus()>& work) {
     auto deadline = Clock::now() + bounds_.call;
     std::unique_lock lock(mutex_, deadline);
-    if (!lock || Clock::now() < unavailableUntil_ || !hasSessionBus()) return errSecNotAvailable;
+    if (!lock) return errSecIO;
+    if (Clock::now() < retreatUntil_) return retreatStatus_;
+    if (!hasSessionBus()) return errSecNotAvailable;
     deadline_ = deadline;
-    g_main_context_push_thread_default(context_.get());
+    BoundedCalls::Turn turn(calls_);
     bool isReused = service_ != nullptr;
     OSStatus status = connect();
     if (status == errSecSuccess) status = work();
     if (status == errSecNotAvailable && isReused && Clock::now() < deadline_) {
         // The service may have been started anew since.
-        service_.reset();
+        disconnect();
         status = connect();
         if (status == errSecSuccess) status = work();
     }
-    g_main_context_pop_thread_default(context_.get());
     if (status == errSecNotAvailable) {
-        service_.reset();
-        unavailableUntil_ = Clock::now() + bounds_.retreat;
+        disconnect();
+        // A service that is there but does not answer is not the same as none.
+        if (Clock::now() >= deadline_) status = errSecIO;
+        retreatStatus_ = status;
+        retreatUntil_ = Clock::now() + bounds_.retreat;
     }
     return status;
 }
@@ -227,11 +225,10 @@ KeychainSecretService::Connection::Items KeychainSecretService::Connection::find
     Paths closed = items.locked;
     if (closed.empty()) {
         // A keyring that was never unlocked shows none of its items.
-        auto [status, collection] = defaultCollection();
-        bool locked = collection && isLocked(*collection);
-        items.status = status != errSecSuccess ? status : locked ? errSecInteractionNotAllowed : errSecItemNotFound;
-        if (!locked) return items;
-        closed.push_back(*collection);
+        DefaultCollection standing = defaultCollection();
+        items.status = standing.status != errSecSuccess ? standing.status : errSecItemNotFound;
+        if (!standing.isLocked) return items;
+        closed.push_back(*standing.path);
     }
     items.status = errSecInteractionNotAllowed;
     if (!unlock(closed)) return items;
@@ -246,7 +243,8 @@ SecItemCopyResult KeychainSecretService::Connection::secret(const std::string& i
         await([&](auto... rest) { secret_service_get_secret_for_dbus_path(service_.get(), item.c_str(), rest...); });
     if (!answer) return {errSecNotAvailable, std::nullopt};
     GError* error = nullptr;
-    Owned<SecretValue> value(secret_service_get_secret_for_dbus_path_finish(service_.get(), answer.get(), &error));
+    OwnedSecret<SecretValue> value(
+        secret_service_get_secret_for_dbus_path_finish(service_.get(), answer.get(), &error));
     if (!value) return {error ? statusOf(error) : errSecItemNotFound, std::nullopt};
     gsize length = 0;
     const gchar* bytes = secret_value_get(value.get(), &length);
@@ -254,10 +252,10 @@ SecItemCopyResult KeychainSecretService::Connection::secret(const std::string& i
 }
 
 OSStatus KeychainSecretService::Connection::create(const KeychainItem& item) {
-    auto [status, collection] = defaultCollection();
-    if (status != errSecSuccess) return status;
-    if (!collection) collection = createDefaultCollection();
-    if (!collection || (isLocked(*collection) && !unlock({*collection}))) return errSecInteractionNotAllowed;
+    DefaultCollection standing = defaultCollection();
+    if (standing.status != errSecSuccess) return standing.status;
+    auto collection = standing.path ? standing.path : createDefaultCollection();
+    if (!collection || (standing.isLocked && !unlock({*collection}))) return errSecInteractionNotAllowed;
 
     Items same = search(sameItem(item));
     if (same.status != errSecSuccess) return same.status;
@@ -265,8 +263,8 @@ OSStatus KeychainSecretService::Connection::create(const KeychainItem& item) {
 
     auto described = propertiesOf(item);
     bool isText = isUtf8(item.data) && item.data.find('\0') == item.data.npos;
-    Owned<SecretValue> value(secret_value_new(item.data.data(), static_cast<gssize>(item.data.size()),
-                                              isText ? "text/plain" : "application/octet-stream"));
+    OwnedSecret<SecretValue> value(secret_value_new(item.data.data(), static_cast<gssize>(item.data.size()),
+                                                    isText ? "text/plain" : "application/octet-stream"));
     auto answer = await([&](auto... rest) {
         secret_service_create_item_dbus_path(service_.get(), collection->c_str(), described.get(), value.get(),
                                              SECRET_ITEM_CREATE_NONE, rest...);
@@ -286,50 +284,11 @@ OSStatus KeychainSecretService::Connection::remove(const std::string& item) {
     return statusOf(error);
 }
 
-// The call's answer, or nothing when the time is up and cancelling it brought none either.
-KeychainSecretService::Connection::Answer KeychainSecretService::Connection::await(const Start& start) {
-    Owned<GCancellable> cancellable(g_cancellable_new());
-    Call call = begin(start, cancellable.get());
-    iterateUntil(deadline_, *call);
-    if (!*call) {
-        g_cancellable_cancel(cancellable.get());
-        iterateUntil(Clock::now() + std::chrono::milliseconds(100), *call);
-    }
-    return std::move(*call);
-}
-
-// As above, but what waits for the user is left on the screen; afterwards the time for the call begins anew.
-KeychainSecretService::Connection::Answer KeychainSecretService::Connection::awaitUser(const Start& start) {
-    Call call = begin(start, nullptr);
-    iterateUntil(Clock::now() + bounds_.unlock, *call);
+// What waits for the user is left on the screen; afterwards the time for the call begins anew.
+BoundedCalls::Answer KeychainSecretService::Connection::awaitUser(const BoundedCalls::Start& start) {
+    auto answer = calls_.awaitOrLeave(start, Clock::now() + bounds_.unlock);
     deadline_ = Clock::now() + bounds_.call;
-    return std::move(*call);
-}
-
-KeychainSecretService::Connection::Call KeychainSecretService::Connection::begin(const Start& start,
-                                                                                 GCancellable* cancellable) {
-    auto call = std::make_shared<Answer>();
-    auto finished = [](GObject*, GAsyncResult* result, gpointer data) {
-        std::unique_ptr<Call> call(static_cast<Call*>(data));
-        (*call)->reset(static_cast<GAsyncResult*>(g_object_ref(result)));
-    };
-    start(cancellable, finished, std::make_unique<Call>(call).release());
-    return call;
-}
-
-void KeychainSecretService::Connection::iterateUntil(Clock::time_point deadline, const Answer& answer) {
-    auto wait = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
-    bool expired = wait <= 0;
-    auto expire = [](gpointer data) -> gboolean {
-        *static_cast<bool*>(data) = true;
-        return G_SOURCE_REMOVE;
-    };
-    GSource* timer = g_timeout_source_new(expired ? 0 : static_cast<guint>(wait));
-    g_source_set_callback(timer, expire, &expired, nullptr);
-    g_source_attach(timer, context_.get());
-    while (!answer && !expired) g_main_context_iteration(context_.get(), TRUE);
-    g_source_destroy(timer);
-    g_source_unref(timer);
+    return answer;
 }
 
 OSStatus KeychainSecretService::Connection::connect() {
@@ -348,15 +307,22 @@ OSStatus KeychainSecretService::Connection::connect() {
     return errSecSuccess;
 }
 
-// No path where the service has no default collection.
+void KeychainSecretService::Connection::disconnect() {
+    service_.reset();
+    calls_.drain();
+}
+
 KeychainSecretService::Connection::DefaultCollection KeychainSecretService::Connection::defaultCollection() {
     auto answer = await(
         [&](auto... rest) { secret_service_read_alias_dbus_path(service_.get(), SECRET_COLLECTION_DEFAULT, rest...); });
-    if (!answer) return {errSecNotAvailable, std::nullopt};
+    if (!answer) return {errSecNotAvailable};
     GError* error = nullptr;
     Owned<gchar> path(secret_service_read_alias_dbus_path_finish(service_.get(), answer.get(), &error));
-    if (error) return {statusOf(error), std::nullopt};
-    return {errSecSuccess, path ? std::optional<std::string>(path.get()) : std::nullopt};
+    if (error) return {statusOf(error)};
+    if (!path) return {};
+    auto locked = isLocked(path.get());
+    if (!locked) return {errSecNotAvailable};
+    return {errSecSuccess, path.get(), *locked};
 }
 
 std::optional<std::string> KeychainSecretService::Connection::createDefaultCollection() {
@@ -374,7 +340,7 @@ std::optional<std::string> KeychainSecretService::Connection::createDefaultColle
     return path ? std::optional<std::string>(path.get()) : std::nullopt;
 }
 
-bool KeychainSecretService::Connection::isLocked(const std::string& collection) {
+std::optional<bool> KeychainSecretService::Connection::isLocked(const std::string& collection) {
     auto* proxy = G_DBUS_PROXY(service_.get());
     auto* bus = g_dbus_proxy_get_connection(proxy);
     auto answer = await([&](auto... rest) {
@@ -382,9 +348,9 @@ bool KeychainSecretService::Connection::isLocked(const std::string& collection) 
                                "Get", g_variant_new("(ss)", "org.freedesktop.Secret.Collection", "Locked"),
                                G_VARIANT_TYPE("(v)"), G_DBUS_CALL_FLAGS_NONE, -1, rest...);
     });
-    if (!answer) return false;
+    if (!answer) return std::nullopt;
     Owned<GVariant> reply(g_dbus_connection_call_finish(bus, answer.get(), nullptr));
-    if (!reply) return false;
+    if (!reply) return std::nullopt;
     GVariant* boxed = nullptr;
     g_variant_get(reply.get(), "(v)", &boxed);
     Owned<GVariant> locked(boxed);

@@ -8,7 +8,8 @@
 namespace tobrel {
 
 // The session's Secret Service. Nothing is connected before the first call. A locked keyring is asked to be unlocked
-// once in this object's life; until it is, what lies in it is errSecInteractionNotAllowed.
+// once in this object's life; until it is, what lies in it is errSecInteractionNotAllowed. Without a service everything
+// is errSecNotAvailable at once; with one that does not answer in time, errSecIO.
 class KeychainSecretService : public Keychain {
 public:
     struct Bounds {
@@ -16,7 +17,7 @@ public:
         std::chrono::milliseconds call{3000};
         // How long the one question to unlock is waited for; it stays on the screen afterwards.
         std::chrono::milliseconds unlock{5000};
-        // How long a service that is missing or does not answer is not asked again: errSecNotAvailable at once.
+        // How long a service that is missing or does not answer is not asked again.
         std::chrono::milliseconds retreat{10000};
     };
 
