@@ -25,6 +25,7 @@ struct Note {
     std::string text;
 };
 bool belongsTo(const Note& note, const NSTextField& label);
+std::vector<std::string> linesWithNote(const NSTextField& label, int columns, const Note& note);
 
 // What the sheet says, with the note, without its controls and the labels beside them that only name them.
 std::vector<std::string> messageLines(const Rows& rows, int columns, const Note& note);
