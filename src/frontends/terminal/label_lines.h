@@ -10,7 +10,7 @@
 namespace tobrel::terminal {
 
 // Where lines have no end: output that is no terminal.
-inline constexpr int unlimitedColumns = std::numeric_limits<int>::max() / 4;
+inline constexpr int unlimitedColumns = std::numeric_limits<int>::max() / 1024;
 
 // A label's text as lines, harmless. A line that is an address is never broken or shortened: it may be wider.
 std::vector<std::string> linesOf(const NSTextField& label, int columns);
