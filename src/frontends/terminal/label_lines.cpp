@@ -71,17 +71,22 @@ bool belongsTo(const Note& note, const NSTextField& label) {
     return ("\n" + label.stringValue() + "\n").find("\n" + note.about + "\n") != std::string::npos;
 }
 
+std::vector<std::string> linesWithNote(const NSTextField& label, int columns, const Note& note) {
+    auto lines = linesOf(label, columns);
+    if (!belongsTo(note, label)) return lines;
+    auto below = fitted(note.text, columns, 0);
+    std::move(below.begin(), below.end(), std::back_inserter(lines));
+    return lines;
+}
+
 std::vector<std::string> messageLines(const Rows& rows, int columns, const Note& note) {
     std::vector<std::string> lines;
     for (auto& row : rows) {
         auto named = [](auto& piece) { return piece.field || piece.checkBox || piece.popUp; };
         if (std::any_of(row.pieces.begin(), row.pieces.end(), named)) continue;
         std::vector<std::string> within;
-        for (auto& piece : row.pieces) {
-            if (!piece.label) continue;
-            within = linesOf(*piece.label, columns);
-            if (belongsTo(note, *piece.label)) within.push_back(note.text);
-        }
+        for (auto& piece : row.pieces)
+            if (piece.label) within = linesWithNote(*piece.label, columns, note);
         if (within.empty() || (within.size() == 1 && within.front().empty())) continue;
         if (row.apart && !lines.empty()) lines.emplace_back();
         std::move(within.begin(), within.end(), std::back_inserter(lines));

@@ -10,7 +10,7 @@
 namespace tobrel::terminal {
 
 // Where lines have no end: output that is no terminal.
-inline constexpr int unlimitedColumns = std::numeric_limits<int>::max() / 4;
+inline constexpr int unlimitedColumns = std::numeric_limits<int>::max() / 1024;
 
 // A label's text as lines, harmless. A line that is an address is never broken or shortened: it may be wider.
 std::vector<std::string> linesOf(const NSTextField& label, int columns);
@@ -25,6 +25,7 @@ struct Note {
     std::string text;
 };
 bool belongsTo(const Note& note, const NSTextField& label);
+std::vector<std::string> linesWithNote(const NSTextField& label, int columns, const Note& note);
 
 // What the sheet says, with the note, without its controls and the labels beside them that only name them.
 std::vector<std::string> messageLines(const Rows& rows, int columns, const Note& note);

@@ -9,6 +9,7 @@
 #include "frontends/terminal/line_text.h"
 #include "frontends/terminal/output.h"
 #include "frontends/terminal/raw_terminal.h"
+#include "frontends/terminal/text_width.h"
 #include "platform/front_end.h"
 #include "platform/harmless_text.h"
 #include "platform/main_loop.h"
@@ -86,7 +87,7 @@ bool LineMode::show(const Rows& rows, bool waiting) {
 bool LineMode::showNoteAlone(const Rows& rows, const Note& note) {
     bool isNews = note.about == shownNote_.about && note.text != shownNote_.text;
     if (!isNews || shown_.empty() || shown_ != numberedLines(rows, columns_, shownNote_)) return false;
-    print({note.text});
+    print(fitted(note.text, columns_, 0));
     shownNote_ = note;
     shown_ = numberedLines(rows, columns_, note);
     shownMessage_ = messageLines(rows, columns_, note);
@@ -115,23 +116,36 @@ void LineMode::takeLine() {
 }
 
 void LineMode::watch(bool wanted) {
+    if (wanted && isatty(terminal_.input)) prompt();
     if (wanted == watching_) return;
     watching_ = wanted;
-    if (!wanted) return terminal_.loop.unwatchInput(terminal_.input);
-    if (isatty(terminal_.input)) {
-        if (!std::exchange(helped_, true)) print({"", lineHelp});
-        writeAll(terminal_.output, "> ");
+    if (wanted)
+        terminal_.loop.watchInput(terminal_.input, [this] { readInput(); });
+    else
+        terminal_.loop.unwatchInput(terminal_.input);
+}
+
+void LineMode::prompt() {
+    if (prompted_) return;
+    if (!std::exchange(helped_, true)) {
+        auto help = fitted(lineHelp, columns_, 0);
+        help.insert(help.begin(), "");
+        print(help);
     }
-    terminal_.loop.watchInput(terminal_.input, [this] { readInput(); });
+    writeAll(terminal_.output, "> ");
+    prompted_ = true;
 }
 
 void LineMode::readInput() {
+    bool wasPrompted = std::exchange(prompted_, false);
     char bytes[4096];
     ssize_t count = read(terminal_.input, bytes, sizeof bytes);
     if (count > 0)
         unread_.append(bytes, static_cast<std::size_t>(count));
     else if (count == 0 || (errno != EINTR && errno != EAGAIN))
         inputEnded_ = true;
+    // Nobody has ended the prompt's line then.
+    if (inputEnded_ && wasPrompted) print({""});
 }
 
 void LineMode::perform(const std::string& line) {
@@ -159,8 +173,8 @@ void LineMode::requestEnded(End end, const std::optional<std::string>& unopened)
     if (message != shownMessage_) print(message);
 }
 
-void LineMode::print(const std::vector<std::string>& lines) const {
-    std::string bytes;
+void LineMode::print(const std::vector<std::string>& lines) {
+    std::string bytes = std::exchange(prompted_, false) ? "\n" : "";
     for (auto& line : lines) bytes += line + "\n";
     writeAll(terminal_.output, bytes);
 }

@@ -27,9 +27,10 @@ private:
     void takeLine();
     void readInput();
     void watch(bool wanted);
+    void prompt();
     void perform(const std::string& line);
     void answerSilence(const Rows& rows);
-    void print(const std::vector<std::string>& lines) const;
+    void print(const std::vector<std::string>& lines);
 
     const Terminal& terminal_;
     const int columns_;
@@ -44,6 +45,8 @@ private:
     bool inputEnded_ = false;
     bool watching_ = false;
     bool helped_ = false;
+    // A person's answer is awaited on the line that the output ends in.
+    bool prompted_ = false;
 
     std::vector<std::string> shown_;
     std::vector<std::uint64_t> shownControls_;

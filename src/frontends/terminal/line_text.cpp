@@ -56,9 +56,8 @@ public:
 
 private:
     void addLabel(const NSTextField& label) {
-        auto own = linesOf(label, columns_);
+        auto own = linesWithNote(label, columns_, note_);
         std::move(own.begin(), own.end(), std::back_inserter(lines));
-        if (belongsTo(note_, label)) lines.push_back(note_.text);
     }
 
     // The items stand below each other; the last one is left in the line.

@@ -32,7 +32,13 @@ int columnsOfCodePoint(char32_t character) {
     return character < firstCombining ? 1 : columnsInUtf8(character);
 }
 
+bool isAscii(char byte) {
+    return (byte & 0x80) == 0;
+}
+
 Measured measureFirst(std::string_view text) {
+    // Most text, in long lists, too.
+    if (text.size() > 1 && isAscii(text[0]) && isAscii(text[1])) return {1, 1};
     Measured measured;
     bool joined = false;
     while (measured.bytes < text.size()) {

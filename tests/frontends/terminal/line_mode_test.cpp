@@ -127,13 +127,6 @@ TEST_F(LineModeTest, aRequestThatNeverAppearsLeavesItsResult) {
     EXPECT_EQ(output(), "Made available offline\n");
 }
 
-TEST_F(LineModeTest, aCancelledRequestPrintsNothing) {
-    host->showLabel("");
-    frontEnd->attach(*host, host->loop);
-    frontEnd->requestEnded(NSError{"FPUIErrorDomain", 1, ""}, true);
-    EXPECT_EQ(output(), "");
-}
-
 TEST_F(LineModeTest, anAddressThatNoBrowserTookIsPrintedInstead) {
     host->showLabel("Opening in your browser…");
     host->loop.async([&] {

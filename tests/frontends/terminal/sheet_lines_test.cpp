@@ -131,14 +131,6 @@ TEST_F(SheetLinesTest, aTallSheetScrollsToItsFocusOnEveryTerminal) {
               "  hint");
 }
 
-TEST_F(SheetLinesTest, theHintNamesWhatTheKeysDoAndFits) {
-    host->showLinkForm("Reports");
-    auto hint = [&](NSView& focus, int columns) { return hintFor(rowsOf(*host->root), &focus, columns); };
-    EXPECT_EQ(hint(*host->days, 80), "Enter Create Link · Esc closes · Tab moves");
-    EXPECT_EQ(hint(*host->check, 80), "Enter Create Link · Esc closes · Space switches · Tab moves");
-    EXPECT_EQ(hint(*host->check, 31), "Enter Create Link · Esc closes");
-}
-
 TEST(RowsAbove, countsTheRowsThatATerminalMakesOfAFrameWhenItsWidthChanges) {
     Frame frame;
     frame.lines = {{}, {{{std::string(60, 'a')}}}, {{{std::string(10, 'b')}}, 0, true}, {{{"c"}}}};

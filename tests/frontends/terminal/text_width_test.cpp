@@ -14,14 +14,6 @@ TEST(TextWidth, countsColumnsAsTerminalsDoEvenInTheCLocale) {
     for (auto& [text, columns] : cases) EXPECT_EQ(columnsOf(text), columns) << text;
 }
 
-TEST(TextWidth, takesCharactersWhole) {
-    EXPECT_EQ(firstCharacter("e\u0301x"), 3U);
-    EXPECT_EQ(lastCharacter("xe\u0301"), 3U);
-    EXPECT_EQ(lastCharacter(""), 0U);
-    EXPECT_EQ(prefixWithin("日本", 3), "日");
-    EXPECT_EQ(suffixWithin("日本", 3), "本");
-}
-
 TEST(TextWidth, fitsTextIntoLines) {
     EXPECT_THAT(fitted("", 5, 0), ElementsAre(""));
     EXPECT_THAT(fitted("one two  three", 7, 0), ElementsAre("one two", "three"));
