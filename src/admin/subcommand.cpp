@@ -33,8 +33,8 @@ int noSuchWord(const std::string& kind, const std::string& word, const std::vect
 }
 
 int runVerb(const std::string& subcommand, const Invocation& invocation, const std::vector<Verb>& verbs) {
-    std::vector<std::string> known;
-    for (const Verb& verb : verbs) known.push_back(verb.name);
+    std::vector<std::string> known(verbs.size());
+    std::transform(verbs.begin(), verbs.end(), known.begin(), [](const Verb& verb) { return verb.name; });
     if (invocation.words.empty()) return misused(subcommand + " needs a further word; see tobrel-admin --help");
     auto verb = std::find_if(verbs.begin(), verbs.end(), [&](auto& verb) { return verb.name == invocation.words[0]; });
     if (verb == verbs.end()) return noSuchWord(subcommand + " subcommand", invocation.words[0], known);

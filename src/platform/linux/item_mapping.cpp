@@ -83,13 +83,18 @@ Outcome<MappedItem> ItemMapping::map(std::string_view word) {
 }
 
 Outcome<ItemMapping::Place> ItemMapping::find(const std::string& path) {
-    // As given first, because an item is what its path says; but ".." behind a link leads elsewhere than it reads.
-    bool readsAsItLeads = !hasDotDot(path);
     Place nearest;
-    for (bool asGiven : {readsAsItLeads, !readsAsItLeads}) {
-        auto candidate = asGiven ? normalPath(path) : resolver_.resolve(path);
-        if (!candidate) continue;
-        auto place = placeOf(*candidate);
+    // As given first, because an item is what its path says. But ".." behind a link leads elsewhere than it reads.
+    bool readsAsItLeads = !hasDotDot(path);
+    if (readsAsItLeads) {
+        auto place = placeOf(*normalPath(path));
+        if (!place || place->item) return place;
+        nearest = *place;
+    }
+    auto led = resolver_.resolve(path);
+    if (!led && !readsAsItLeads) led = normalPath(path);
+    if (led) {
+        auto place = placeOf(*led);
         if (!place || place->item) return place;
         if (place->domain) nearest = *place;
     }
