@@ -135,7 +135,7 @@ std::vector<Contestant> lookups(const std::string& server, int count) {
     std::string key = "X-API-Key: 0123456789abcdef0123456789abcdef";
     std::string client = "X-Tobrel-Client: macos/1.0 (1); Tobrel";
     std::string item = server + "/tobrel/api/item?id=item-";
-    Command curl = {"curl", "-s", "-S", "-f", "-o", "/dev/null", "-H", key, "-H", client};
+    Command curl = {"curl", "--no-progress-meter", "-f", "-o", "/dev/null", "-H", key, "-H", client};
     if (count > 1) curl.insert(curl.end(), {"--parallel", "--parallel-max", "50"});
     curl.push_back(item + "[0-" + last + "]");
     return {{"the client", {ownFolder() / "http_lookups", std::to_string(count), server}},
