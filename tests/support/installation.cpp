@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <boost/json/parse.hpp>
+#include <boost/json/serialize.hpp>
 
 namespace tobrel::testing {
 
@@ -24,6 +25,12 @@ std::string Installation::addFolder(const std::string& item, const std::string& 
     std::filesystem::create_directories(absolute);
     EXPECT_EQ(admin({"item", "add", "--", "work", item, absolute}).errors, "");
     return absolute;
+}
+
+void Installation::configure(const std::string& server, const std::string& key) const {
+    std::filesystem::create_directories(home() + "/.tobrel");
+    writeFile(privateFile("config.json"),
+              boost::json::serialize(boost::json::object{{"server", server}, {"api_key", key}}));
 }
 
 std::vector<std::string> Installation::action(std::vector<std::string> words) const {

@@ -22,6 +22,9 @@ public:
     std::string addFile(const std::string& item, const std::string& path);
     std::string addFolder(const std::string& item, const std::string& path);
 
+    // Replaces config.json.
+    void configure(const std::string& server, const std::string& key) const;
+
     // The command line of tobrel-action or tobrel-admin on this home: the first words, --home, the rest.
     std::vector<std::string> action(std::vector<std::string> words) const;
     Ended admin(const std::vector<std::string>& words, const std::string& input = {}) const;

@@ -1,0 +1,61 @@
+#include <gmock/gmock.h>
+
+#include <csignal>
+
+#include "end_to_end/scenario.h"
+
+namespace tobrel::testing {
+
+namespace {
+
+struct End {
+    const char* name;
+    void (*perform)(Program& program);
+};
+
+const std::vector<End> ends = {
+    {"close", [](Program& program) { program.write(closeWindow); }},
+    {"Escape", [](Program& program) { program.write(key("\x1b")); }},
+    {"Done", [](Program& program) { program.write(click("Done")); }},
+    {"end of input", [](Program& program) { program.endInput(); }},
+    {"SIGTERM", [](Program& program) { program.kill(SIGTERM); }},
+    {"SIGINT", [](Program& program) { program.kill(SIGINT); }},
+};
+
+}  // namespace
+
+TEST(EndOfARequest, WaitsForNoAnswerAndLetsNothingOfItThrough) {
+    for (const auto& step : steps) {
+        ScriptedTobrel tobrel;
+        std::size_t before = 0;
+        for (const auto& end : ends) {
+            SCOPED_TRACE(step.name + (", " + std::string(end.name)));
+            tobrel.server.script(step.target, {stalls()});
+            Program program = start(tobrel.installation, step.words);
+            program.write(submit(formOf(program, step), step));
+            tobrel.server.waitForRequests(before + step.requests);
+            auto begin = std::chrono::steady_clock::now();
+            end.perform(program);
+            // The input of all but one end stays open.
+            program.waitForLine(R"("event":"completed")");
+            Ended ended = finish(program);
+            EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+            EXPECT_TRUE(ended.events("clipboard").empty() && ended.events("open").empty());
+            EXPECT_EQ(tobrel.asked().size(), before + step.requests);
+            before = tobrel.asked().size();
+        }
+    }
+}
+
+TEST(EndOfARequest, MayComeAtTheSameTimeAsTheAnswer) {
+    ScriptedTobrel tobrel;
+    for (int round = 0; round < 3; ++round)
+        for (const auto& step : steps) {
+            Program program = start(tobrel.installation, step.words);
+            program.write(submit(formOf(program, step), step) + closeWindow);
+            Ended ended = finish(program);
+            EXPECT_LE(ended.events("clipboard").size() + ended.events("open").size(), 1u);
+        }
+}
+
+}  // namespace tobrel::testing

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <boost/json/object.hpp>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "support/installation.h"
+#include "support/program.h"
+#include "support/scripted_server.h"
+
+namespace tobrel::testing {
+
+using Words = std::vector<std::string>;
+using Object = boost::json::object;
+
+// Instructions of the JSON front end, each with its line break.
+std::string click(std::string_view title);
+std::string click(const Object& view);
+std::string type(const Object& view, std::string_view text);
+std::string select(const Object& view, int item);
+std::string key(std::string_view key);
+std::string waitForText(std::string_view text);
+std::string waitForButton(std::string_view title);
+constexpr const char* closeWindow = "{\"do\":\"close\"}\n";
+
+// What a "sheet" event shows.
+std::vector<Object> views(const Object& sheet, std::string_view kind);
+Words texts(const Object& sheet);
+Words titles(const Object& sheet);
+std::int64_t heightOf(const Object& sheet);
+
+Words commandLine(const std::string& command, const Words& items);
+// A started command with the JSON front end.
+Program start(const Installation& installation, Words words);
+// The next, or at the end the last, sheet with such a text, title or other piece.
+Object sheetWith(Program& program, std::string_view piece);
+Object sheetWith(const Ended& ended, std::string_view piece);
+// Ends its input and expects that it has completed its request, and that nothing came after that but log lines.
+Ended finish(Program& program);
+Ended act(const Installation& installation, Words words, const std::string& instructions);
+
+// The first text of the last sheet: the message, in the label layout.
+std::string message(const Ended& ended);
+Words values(const Ended& ended, const std::string& event, const std::string& member);
+Words infoLines(const Ended& ended);
+
+// A server whose answers a test may replace, and an installation with the items "file" and "folder".
+class ScriptedTobrel {
+public:
+    ScriptedTobrel();
+
+    void answers(const std::string& target, const std::string& body, int status = 200);
+    // "GET /tobrel/api/..." for each request, in their order.
+    Words asked() const;
+
+    ScriptedServer server;
+    Installation installation;
+};
+
+// A point at which a command waits for an answer of the server, which is the last of so many requests.
+struct Step {
+    const char* name;
+    Words words;
+    std::string target;
+    std::size_t requests;
+    // What stands before the reason when the request fails.
+    std::string failure;
+    // Pressed to get there; nothing where the command gets there by itself.
+    std::string button;
+};
+extern const std::vector<Step> steps;
+
+// The sheet with the step's button, if there is one, and what presses it; an address is typed first where one is asked.
+Object formOf(Program& program, const Step& step);
+std::string submit(const Object& form, const Step& step);
+
+}  // namespace tobrel::testing
