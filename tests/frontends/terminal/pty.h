@@ -1,10 +1,18 @@
 #pragma once
 
-#include <sys/types.h>
-#include <termios.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <pty.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <csignal>
 #include <functional>
 #include <string>
+#include <utility>
+
+#include "platform/linux/file_descriptor.h"
 
 namespace tobrel::testing {
 
@@ -12,27 +20,61 @@ namespace tobrel::testing {
 class PtyChild {
 public:
     // The work runs in the child, with the terminal as its standard input, output and error.
-    explicit PtyChild(const std::function<int()>& work, int columns = 80, int rows = 24);
-    ~PtyChild();
-    PtyChild(const PtyChild&) = delete;
-    PtyChild& operator=(const PtyChild&) = delete;
+    explicit PtyChild(const std::function<int()>& work) {
+        winsize size = {24, 80, 0, 0};
+        int master = -1;
+        process_ = forkpty(&master, nullptr, nullptr, &size);
+        if (process_ == 0) _exit(work());
+        master_ = FileDescriptor(master);
+    }
+    ~PtyChild() {
+        if (process_ <= 0) return;
+        kill(process_, SIGKILL);
+        waitStatus();
+    }
 
-    // Everything from the last expected text up to and with this one; fails the test after some seconds without it.
-    std::string expect(const std::string& text);
+    // Waits for the text and forgets all up to it; fails the test after some seconds without it.
+    void expect(const std::string& text) {
+        while (unread_.find(text) == std::string::npos && readMore()) continue;
+        std::size_t found = unread_.find(text);
+        if (found == std::string::npos) ADD_FAILURE() << "never came: " << text << "\nbut: " << unread_;
+        unread_.erase(0, found == std::string::npos ? 0 : found + text.size());
+    }
     // The rest, up to the end of the child.
-    std::string rest();
-    void send(const std::string& keys);
-    void resize(int columns, int rows);
-    void hangUp();
-    pid_t process() const { return process_; }
+    std::string rest() {
+        while (readMore()) continue;
+        return unread_;
+    }
+    void send(const std::string& keys) { EXPECT_GT(write(master_.number(), keys.data(), keys.size()), 0); }
+    void resize(unsigned short columns, unsigned short rows) {
+        winsize size = {rows, columns, 0, 0};
+        ioctl(master_.number(), TIOCSWINSZ, &size);
+    }
+    void hangUp() { master_ = FileDescriptor(); }
     // As waitpid gives it.
-    int waitStatus();
-    termios attributes() const;
+    int waitStatus() {
+        int status = 0;
+        waitpid(std::exchange(process_, 0), &status, 0);
+        return status;
+    }
+    bool takesSingleKeys() const {
+        termios attributes = {};
+        tcgetattr(master_.number(), &attributes);
+        return !(attributes.c_lflag & ICANON);
+    }
 
 private:
-    bool readMore();
+    bool readMore() {
+        constexpr int patienceInMilliseconds = 10'000;
+        pollfd readable = {master_.number(), POLLIN, 0};
+        char bytes[4096];
+        ssize_t count =
+            poll(&readable, 1, patienceInMilliseconds) == 1 ? read(master_.number(), bytes, sizeof bytes) : 0;
+        if (count > 0) unread_.append(bytes, static_cast<std::size_t>(count));
+        return count > 0;
+    }
 
-    int master_ = -1;
+    FileDescriptor master_;
     pid_t process_ = 0;
     std::string unread_;
 };
