@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "frontends/terminal/pty.h"
+#include "support/pty_child.h"
 #include "frontends/terminal/sheet_host.h"
 #include "frontends/terminal/terminal_front_end.h"
 
@@ -44,7 +44,7 @@ void linkForm(SheetHost& host, TerminalFrontEnd& frontEnd) {
 TEST(ScreenMode, aFormIsFilledInAndItsResultStaysAfterTheEnd) {
     PtyChild child(sheet(linkForm));
     child.expect("[x] Link expires after >30    < days");
-    EXPECT_TRUE(child.takesSingleKeys());
+    EXPECT_FALSE(child.has(ICANON));
     child.send("0\r");
     child.expect("\a");
     child.send("\x15" + std::string("7"));
@@ -56,7 +56,7 @@ TEST(ScreenMode, aFormIsFilledInAndItsResultStaysAfterTheEnd) {
     std::string last = child.rest();
     EXPECT_THAT(last, HasSubstr("\x1B[J\x1B[?25hCreated for 7 days.\r"));
     EXPECT_THAT(last.substr(last.rfind("\x1B[J")), Not(HasSubstr("Done")));
-    EXPECT_FALSE(child.takesSingleKeys());
+    EXPECT_TRUE(child.has(ICANON));
     EXPECT_EQ(child.waitStatus(), 0);
 }
 
@@ -122,10 +122,10 @@ TEST(ScreenMode, theTerminalIsRestoredHoweverTheProcessEnds) {
             return 0;
         });
         child.expect("> Done <");
-        EXPECT_TRUE(child.takesSingleKeys());
+        EXPECT_FALSE(child.has(ICANON));
         child.send("\t\r");
         EXPECT_THAT(child.rest(), HasSubstr("\x1B[?25h"));
-        EXPECT_FALSE(child.takesSingleKeys());
+        EXPECT_TRUE(child.has(ICANON));
         int status = child.waitStatus();
         EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == expected) << status;
     }

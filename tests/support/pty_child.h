@@ -57,10 +57,11 @@ public:
         waitpid(std::exchange(process_, 0), &status, 0);
         return status;
     }
-    bool takesSingleKeys() const {
+    // Whether the terminal is in that local mode: ECHO, ICANON.
+    bool has(tcflag_t mode) const {
         termios attributes = {};
         tcgetattr(master_.number(), &attributes);
-        return !(attributes.c_lflag & ICANON);
+        return attributes.c_lflag & mode;
     }
 
 private:
