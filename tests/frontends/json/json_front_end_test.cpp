@@ -246,7 +246,7 @@ TEST_F(JsonFrontEndTest, AReaderThatStartsLateGetsEveryLineOfEveryThread) {
                     frontEnd_->logSink()->write(OSLogType::info, "system", category, std::to_string(i));
             });
     });
-    runLoop(writing_, fileWith(R"({"do":"key","key":"\u001b"})"));
+    runLoop(writing_, fileWith("{\"do\":\"key\",\"key\":\"\\u001b\"}\nignored\n"));
     for (auto& thread : threads) thread.join();
 
     std::map<std::string, int> next;

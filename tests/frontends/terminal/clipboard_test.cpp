@@ -48,6 +48,7 @@ protected:
 
     FileDescriptor master_, terminal_;
     std::string terminalPath_;
+    const TerminalEnvironment insideTmux_{"xterm", false, true, "/nowhere"};
     PollMainLoop loop_;
     testing::TemporaryFolder folder_;
     testing::EnvironmentVariable path_{"PATH", folder_.path().string() + ":" + std::getenv("PATH")};
@@ -77,7 +78,7 @@ TEST_F(ClipboardTest, goesToTheTerminalOfTheOutputElseToTheControllingOneElseNow
 
 TEST_F(ClipboardTest, goesThroughTmuxAndTheLoopHearsOfIt) {
     setTmux("echo \"$@\" >" + folder_.file("arguments") + "; cat >" + folder_.file("text"));
-    Clipboard clipboard(terminal_.number(), {"xterm", false, true, "/nowhere"});
+    Clipboard clipboard(terminal_.number(), insideTmux_);
     std::string text(200'000, 'x');
     clipboard.set(text, loop_);
     EXPECT_EQ(clipboard.note().text, "");
@@ -92,14 +93,15 @@ TEST_F(ClipboardTest, goesThroughTmuxAndTheLoopHearsOfIt) {
 }
 
 TEST_F(ClipboardTest, aTmuxThatFailsOrHangsIsSaidSoInBoundedTime) {
+    using std::chrono::steady_clock;
     for (const char* script : {"exit 1", "exec sleep 60"}) {
         setTmux(script);
-        Clipboard clipboard(terminal_.number(), {"xterm", false, true, "/nowhere"});
-        auto start = std::chrono::steady_clock::now();
+        Clipboard clipboard(terminal_.number(), insideTmux_);
+        auto start = steady_clock::now();
         clipboard.set("a", loop_);
-        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(500));
+        EXPECT_LT(steady_clock::now() - start, std::chrono::milliseconds(500));
         clipboard.finish();
-        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+        EXPECT_LT(steady_clock::now() - start, std::chrono::seconds(5));
         EXPECT_THAT(clipboard.note().text, HasSubstr("No clipboard")) << script;
     }
 }

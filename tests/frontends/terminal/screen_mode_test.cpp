@@ -3,9 +3,9 @@
 #include <stdexcept>
 #include <thread>
 
-#include "support/pty_child.h"
 #include "frontends/terminal/sheet_host.h"
 #include "frontends/terminal/terminal_front_end.h"
+#include "support/pty_child.h"
 
 namespace tobrel {
 
