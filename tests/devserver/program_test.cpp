@@ -1,5 +1,4 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <httplib.h>
 
 #include <boost/json/parse.hpp>
@@ -86,22 +85,12 @@ TEST_F(DevserverProgram, endsAtOnceWhileAnAnswerStalls) {
 }
 
 TEST(DevserverFault, isReadFromItsLastStatus) {
-    struct Case {
-        const char *text, *read;
-    };
-    for (auto [text, read] : {
-             Case{"GET /tobrel/api/item?id==404", "GET|/tobrel/api/item?id=|404|"},
-             Case{"* /a=503 Try a=b later.", "*|/a|503|Try a=b later."},
-             Case{"GET /a=1", "none"},
-             Case{"GET /a=5030", "none"},
-             Case{"/a=503", "none"},
-         }) {
-        auto fault = faultIn(text);
-        EXPECT_EQ(
-            fault ? fault->method + "|" + fault->prefix + "|" + std::to_string(fault->status) + "|" + fault->sentence
-                  : "none",
-            read);
-    }
+    auto fault = faultIn("GET /tobrel/api/item?id==404 Try a=b later.");
+    ASSERT_TRUE(fault);
+    EXPECT_EQ(fault->method + " " + fault->prefix, "GET /tobrel/api/item?id=");
+    EXPECT_EQ(fault->status, 404);
+    EXPECT_EQ(fault->sentence, "Try a=b later.");
+    for (const char* text : {"GET /a=1", "GET /a=5030", "/a=503"}) EXPECT_FALSE(faultIn(text)) << text;
 }
 
 TEST(DevserverClock, readsAndWritesInstantsOfOneForm) {

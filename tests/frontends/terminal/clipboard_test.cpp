@@ -1,23 +1,21 @@
 #include "frontends/terminal/clipboard.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <pty.h>
-#include <unistd.h>
 
 #include <chrono>
-#include <cstdlib>
 
+#include "platform/linux/file_descriptor.h"
 #include "platform/linux/main_loop_poll.h"
+#include "support/environment.h"
 #include "support/temporary_folder.h"
 
 namespace tobrel::terminal {
 
 using ::testing::HasSubstr;
-using tobrel::testing::TemporaryFolder;
 
 TEST(ClipboardSequence, isBase64WithinWhatTerminalsTake) {
-    EXPECT_EQ(clipboardSequence(""), "\x1B]52;c;\a");
-    EXPECT_EQ(clipboardSequence("a"), "\x1B]52;c;YQ==\a");
     EXPECT_EQ(clipboardSequence("https://x.org/é\xFF"), "\x1B]52;c;aHR0cHM6Ly94Lm9yZy/Dqf8=\a");
     EXPECT_LE(clipboardSequence(std::string(74'000, 'x'))->size(), 100'000U);
     EXPECT_FALSE(clipboardSequence(std::string(74'001, 'x')));
@@ -26,98 +24,85 @@ TEST(ClipboardSequence, isBase64WithinWhatTerminalsTake) {
 class ClipboardTest : public ::testing::Test {
 protected:
     ClipboardTest() {
+        int master, terminal;
         char name[64];
-        openpty(&master_, &terminal_, name, nullptr, nullptr);
-        termios raw;
-        tcgetattr(terminal_, &raw);
-        cfmakeraw(&raw);
-        tcsetattr(terminal_, TCSANOW, &raw);
+        openpty(&master, &terminal, name, nullptr, nullptr);
         terminalPath_ = name;
-        pipe(pipe_);
-    }
-    ~ClipboardTest() override {
-        for (int descriptor : {master_, terminal_, pipe_[0], pipe_[1]}) close(descriptor);
+        master_ = FileDescriptor(master);
+        terminal_ = FileDescriptor(terminal);
     }
 
     // What reaches the terminal, up to an end mark of this test's own.
     std::string received() {
-        write(terminal_, "$", 1);
+        write(terminal_.number(), "$", 1);
         std::string text;
         char byte;
-        while (read(master_, &byte, 1) == 1 && byte != '$') text += byte;
+        while (read(master_.number(), &byte, 1) == 1 && byte != '$') text += byte;
         return text;
     }
+    // A program in the place of tmux, first in PATH.
+    void setTmux(const std::string& script) {
+        testing::writeFile(folder_.file("tmux"), "#!/bin/sh\n" + script);
+        std::filesystem::permissions(folder_.file("tmux"), std::filesystem::perms::owner_all);
+    }
 
-    int terminal_ = -1;
-    int pipe_[2] = {-1, -1};
+    FileDescriptor master_, terminal_;
     std::string terminalPath_;
+    const TerminalEnvironment insideTmux_{"xterm", false, true, "/nowhere"};
     PollMainLoop loop_;
-
-private:
-    int master_ = -1;
+    testing::TemporaryFolder folder_;
+    testing::EnvironmentVariable path_{"PATH", folder_.path().string() + ":" + std::getenv("PATH")};
 };
 
 TEST_F(ClipboardTest, goesToTheTerminalOfTheOutputElseToTheControllingOneElseNowhere) {
+    FileDescriptor file(open("/dev/null", O_WRONLY));
     struct {
         const char* name;
-        int output;
+        const FileDescriptor& output;
         TerminalEnvironment environment;
         bool reached;
     } cases[] = {
         {"output is the terminal", terminal_, {"xterm", false, false, "/nowhere"}, true},
-        {"output is a pipe", pipe_[1], {"xterm", false, false, terminalPath_}, true},
-        {"no terminal at all", pipe_[1], {"xterm", false, false, "/nowhere"}, false},
-        {"no terminal there", pipe_[1], {"xterm", false, false, "/dev/null"}, false},
+        {"output is none", file, {"xterm", false, false, terminalPath_}, true},
+        {"no terminal at all", file, {"xterm", false, false, "/nowhere"}, false},
+        {"no terminal there", file, {"xterm", false, false, "/dev/null"}, false},
         {"a dumb terminal", terminal_, {"dumb", false, false, "/nowhere"}, false},
     };
     for (auto& [name, output, environment, reached] : cases) {
-        Clipboard clipboard(output, environment);
+        Clipboard clipboard(output.number(), environment);
         clipboard.set("a", loop_);
         EXPECT_EQ(received(), reached ? "\x1B]52;c;YQ==\a" : "") << name;
-        EXPECT_EQ(clipboard.note().about, "a");
         EXPECT_THAT(clipboard.note().text, HasSubstr(reached ? "was asked" : "No clipboard")) << name;
     }
 }
 
-// A program in the place of tmux, first in PATH for one test.
-class ClipboardInTmuxTest : public ClipboardTest {
-protected:
-    ~ClipboardInTmuxTest() override { setenv("PATH", formerPath_.c_str(), 1); }
-    void setTmux(const std::string& script) {
-        testing::writeFile(folder_.file("tmux"), "#!/bin/sh\n" + script);
-        std::filesystem::permissions(folder_.file("tmux"), std::filesystem::perms::owner_all);
-        setenv("PATH", (folder_.path().string() + ":" + formerPath_).c_str(), 1);
-    }
-
-    TemporaryFolder folder_;
-    const std::string formerPath_ = std::getenv("PATH");
-    Clipboard clipboard_{terminal_, {"xterm", false, true, "/nowhere"}};
-};
-
-TEST_F(ClipboardInTmuxTest, goesThroughTmuxAndTheLoopHearsOfIt) {
+TEST_F(ClipboardTest, goesThroughTmuxAndTheLoopHearsOfIt) {
     setTmux("echo \"$@\" >" + folder_.file("arguments") + "; cat >" + folder_.file("text"));
+    Clipboard clipboard(terminal_.number(), insideTmux_);
     std::string text(200'000, 'x');
-    clipboard_.set(text, loop_);
-    EXPECT_EQ(clipboard_.note().text, "");
+    clipboard.set(text, loop_);
+    EXPECT_EQ(clipboard.note().text, "");
     loop_.setDryHandler([&] {
-        if (!clipboard_.note().text.empty()) loop_.stop();
+        if (!clipboard.note().text.empty()) loop_.stop();
     });
     loop_.run();
-    EXPECT_THAT(clipboard_.note().text, HasSubstr("in tmux’s buffer"));
+    EXPECT_THAT(clipboard.note().text, HasSubstr("in tmux’s buffer"));
     EXPECT_EQ(testing::readFile(folder_.file("arguments")), "load-buffer -w -\n");
     EXPECT_EQ(testing::readFile(folder_.file("text")), text);
     EXPECT_EQ(received(), "");
 }
 
-TEST_F(ClipboardInTmuxTest, aTmuxThatFailsOrHangsIsSaidSoInBoundedTime) {
+TEST_F(ClipboardTest, aTmuxThatFailsOrHangsIsSaidSoInBoundedTime) {
+    using std::chrono::steady_clock;
     for (const char* script : {"exit 1", "exec sleep 60"}) {
         setTmux(script);
-        auto start = std::chrono::steady_clock::now();
-        clipboard_.set("a", loop_);
-        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(500));
-        clipboard_.finish();
-        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
-        EXPECT_THAT(clipboard_.note().text, HasSubstr("No clipboard")) << script;
+        Clipboard clipboard(terminal_.number(), insideTmux_);
+        auto start = steady_clock::now();
+        clipboard.set("a", loop_);
+        EXPECT_LT(steady_clock::now() - start, std::chrono::milliseconds(500));
+        clipboard.finish();
+        EXPECT_LT(steady_clock::now() - start, std::chrono::seconds(5));
+        EXPECT_THAT(clipboard.note().text, HasSubstr("No clipboard")) << script;
     }
 }
 

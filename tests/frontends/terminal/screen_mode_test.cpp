@@ -1,32 +1,26 @@
 #include <gmock/gmock.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <stdexcept>
 #include <thread>
 
-#include "frontends/terminal/pty.h"
 #include "frontends/terminal/sheet_host.h"
 #include "frontends/terminal/terminal_front_end.h"
+#include "support/pty_child.h"
 
 namespace tobrel {
 
 using ::testing::HasSubstr;
 using ::testing::Not;
-using tobrel::testing::NoBrowser;
 using tobrel::testing::PtyChild;
 using tobrel::testing::SheetHost;
-
-// Without styles, so that a drawn line is one text.
-const TerminalEnvironment plainScreen = {"xterm", true, false, "/dev/null"};
 
 // Runs in the child: a sheet as `prepare` makes it, on the child's terminal.
 std::function<int()> sheet(const std::function<void(SheetHost&, TerminalFrontEnd&)>& prepare) {
     return [prepare] {
         auto host = std::make_shared<SheetHost>();
-        NoBrowser browser;
-        TerminalFrontEnd frontEnd(STDIN_FILENO, STDOUT_FILENO, plainScreen, browser);
+        testing::NoBrowser browser;
+        // Without styles, so that a drawn line is one text.
+        TerminalFrontEnd frontEnd(STDIN_FILENO, STDOUT_FILENO, {"xterm", true, false, "/dev/null"}, browser);
         prepare(*host, frontEnd);
         host->run(frontEnd);
         return 0;
@@ -44,17 +38,13 @@ void linkForm(SheetHost& host, TerminalFrontEnd& frontEnd) {
         }
         host.loop.async([&host] { host.showLabel("Created for " + host.days->stringValue() + " days."); });
     };
-    host.showLinkForm("Reports");
-}
-
-bool takesSingleKeys(const PtyChild& child) {
-    return !(child.attributes().c_lflag & ICANON);
+    host.showLinkForm();
 }
 
 TEST(ScreenMode, aFormIsFilledInAndItsResultStaysAfterTheEnd) {
     PtyChild child(sheet(linkForm));
     child.expect("[x] Link expires after >30    < days");
-    EXPECT_TRUE(takesSingleKeys(child));
+    EXPECT_FALSE(child.has(ICANON));
     child.send("0\r");
     child.expect("\a");
     child.send("\x15" + std::string("7"));
@@ -66,11 +56,11 @@ TEST(ScreenMode, aFormIsFilledInAndItsResultStaysAfterTheEnd) {
     std::string last = child.rest();
     EXPECT_THAT(last, HasSubstr("\x1B[J\x1B[?25hCreated for 7 days.\r"));
     EXPECT_THAT(last.substr(last.rfind("\x1B[J")), Not(HasSubstr("Done")));
-    EXPECT_FALSE(takesSingleKeys(child));
+    EXPECT_TRUE(child.has(ICANON));
     EXPECT_EQ(child.waitStatus(), 0);
 }
 
-TEST(ScreenMode, keysMoveSwitchAndChoose) {
+TEST(ScreenMode, keysMoveSwitchAndChooseOnATerminalOfAnySize) {
     PtyChild child(sheet(linkForm));
     child.expect("Esc closes");
     child.send("\x1B[Z ");
@@ -79,9 +69,10 @@ TEST(ScreenMode, keysMoveSwitchAndChoose) {
     child.expect("> Create Link <");  // the days are not available
     child.send("\x1B[D");
     child.expect("> < Link");
+    child.resize(30, 12);
+    child.expect("working. The files stay in\r");
     child.send("\x1B");
-    child.rest();
-    EXPECT_EQ(child.waitStatus(), 0);
+    EXPECT_EQ((child.rest(), child.waitStatus()), 0);
 
     PtyChild second(sheet([](SheetHost& host, TerminalFrontEnd&) { host.showShareForm("R"); }));
     second.expect("Esc closes");
@@ -91,27 +82,17 @@ TEST(ScreenMode, keysMoveSwitchAndChoose) {
     second.send(" ");
     second.expect("> Can view and download ▾ <");
     second.send("\x03");
-    second.rest();
-    EXPECT_EQ(second.waitStatus(), 0);
+    EXPECT_EQ((second.rest(), second.waitStatus()), 0);
 }
 
 TEST(ScreenMode, whatWasTypedAheadOfAPressDoesNotReachTheNextSheet) {
-    int answer[2];
-    ASSERT_EQ(pipe(answer), 0);
     PtyChild child(sheet([&](SheetHost& host, TerminalFrontEnd&) {
         host.actions["revokeTapped:"] = [&host, pressed = 0](NSButton&) mutable {
             ++pressed;
             host.loop.async([&host, pressed] { host.showList({"left after " + std::to_string(pressed)}); });
         };
-        host.showLabel("Checking sharing…");
-        host.loop.watchInput(answer[0], [&host, &answer] {
-            host.loop.unwatchInput(answer[0]);
-            host.showList({"ann", "bob"});
-        });
+        host.showList({"ann", "bob"});
     }));
-    child.expect("Checking sharing…");
-    ASSERT_EQ(write(answer[1], "\n", 1), 1);
-    child.expect("bob");
     child.expect("> Done <");
     child.send("\x1B[A\r\r\r");
     child.expect("left after 1  ·");
@@ -121,48 +102,32 @@ TEST(ScreenMode, whatWasTypedAheadOfAPressDoesNotReachTheNextSheet) {
     child.expect("left after 2  ·");
     child.send("\x1B");
     EXPECT_THAT(child.rest(), Not(HasSubstr("left after 3")));
-    for (int descriptor : answer) close(descriptor);
-}
-
-TEST(ScreenMode, redrawsForTheTerminalsNewSize) {
-    PtyChild child(sheet(linkForm));
-    child.expect("Esc closes");
-    child.resize(30, 12);
-    child.expect("working. The files stay in\r");
-    child.send("\x1B");
-    EXPECT_EQ((child.rest(), child.waitStatus()), 0);
 }
 
 TEST(ScreenMode, theTerminalIsRestoredHoweverTheProcessEnds) {
-    struct {
-        const char* name;
-        std::function<void()> onPress;
-        int status;
-    } cases[] = {
-        {"a signal", [] { raise(SIGTERM); }, SIGTERM},
-        {"an exception", [] { throw std::runtime_error("meant to end this process"); }, SIGABRT},
+    std::pair<int, std::function<void()>> cases[] = {
+        {SIGTERM, [] { raise(SIGTERM); }},
+        {SIGABRT, [] { throw std::runtime_error("meant to end this process"); }},
     };
-    for (auto& [name, onPress, status] : cases) {
+    for (auto& [expected, onPress] : cases) {
         PtyChild child([&, onPress = onPress] {
             signal(SIGTERM, SIG_DFL);
             signal(SIGABRT, SIG_DFL);
             // As outside of a test's own handlers of exceptions.
-            std::thread program([&] {
-                sheet([&](SheetHost& host, TerminalFrontEnd&) {
-                    host.actions["revokeTapped:"] = [&](NSButton&) { onPress(); };
-                    host.showList({"ann"});
-                })();
-            });
+            std::thread program(sheet([&](SheetHost& host, TerminalFrontEnd&) {
+                host.actions["revokeTapped:"] = [&](NSButton&) { onPress(); };
+                host.showList({"ann"});
+            }));
             program.join();
             return 0;
         });
         child.expect("> Done <");
-        EXPECT_TRUE(takesSingleKeys(child)) << name;
+        EXPECT_FALSE(child.has(ICANON));
         child.send("\t\r");
         EXPECT_THAT(child.rest(), HasSubstr("\x1B[?25h"));
-        EXPECT_FALSE(takesSingleKeys(child)) << name;
-        int ended = child.waitStatus();
-        EXPECT_TRUE(WIFSIGNALED(ended) && WTERMSIG(ended) == status) << name;
+        EXPECT_TRUE(child.has(ICANON));
+        int status = child.waitStatus();
+        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == expected) << status;
     }
 }
 
@@ -173,8 +138,7 @@ TEST(ScreenMode, aTerminalThatHangsUpClosesTheSheet) {
     });
     child.expect("Esc closes");
     child.hangUp();
-    int status = child.waitStatus();
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 5);
+    EXPECT_EQ(child.waitStatus(), W_EXITCODE(5, 0));
 }
 
 }  // namespace tobrel

@@ -17,86 +17,43 @@ class SheetHost : public Sheet, public ActionTarget, public std::enable_shared_f
 public:
     PollMainLoop loop;
     std::shared_ptr<NSView> root = std::make_shared<NSView>();
-    std::map<std::string, std::function<void(NSButton&)>> actions;
+    std::map<std::string, std::function<void(NSButton&)>> actions = {{"closeSheet:", [this](NSButton&) { end(); }}};
     bool ended = false;
 
     NSView& rootView() override { return *root; }
-    CGSize preferredContentSize() const override { return {root->frame().width, root->frame().height}; }
+    CGSize preferredContentSize() const override { return {460, 166}; }
     void close() override {
         loop.async([this] { end(); });
     }
     bool performSelector(std::string_view selector, NSView* sender) override {
-        if (selector == "closeSheet:") {
-            end();
-            return true;
-        }
         actions.at(std::string(selector))(dynamic_cast<NSButton&>(*sender));
         return true;
     }
-
     void end() {
         ended = true;
         loop.stop();
     }
 
-    std::shared_ptr<NSButton> button(const std::string& title, const std::string& action, const std::string& key = "") {
-        auto button = NSButton::buttonWithTitle(title, weak_from_this(), action);
-        button->setKeyEquivalent(key);
-        return button;
-    }
-
     void showLabel(const std::string& text) {
         root->removeAllSubviews();
-        root->setFrame({0, 0, 380, 104});
         auto label = NSTextField::labelWithString(text);
-        label->setFrame({20, 40, 340, 56});
         label->setLineBreakMode(NSLineBreakMode::truncatingMiddle);
         label->setMaximumNumberOfLines(3);
-        label->setAlignment(NSTextAlignment::center);
-        root->addSubview(label);
-        auto done = button("Done", "closeSheet:", "\r");
-        done->setFrame({280, 8, 80, 28});
-        root->addSubview(done);
-    }
-
-    void showForm(std::vector<std::shared_ptr<NSView>> rows, const std::vector<std::shared_ptr<NSButton>>& buttons) {
-        root->removeAllSubviews();
-        root->setFrame({0, 0, 460, 166});
-        auto stack = NSStackView::stackWithViews(NSUserInterfaceLayoutOrientation::vertical, std::move(rows));
-        stack->setFrame({20, 48, 420, 106});
-        root->addSubview(stack);
-        auto cancel = button(buttons.empty() ? "Done" : "Cancel", "closeSheet:");
-        cancel->setFrame({356, 10, 84, 28});
-        root->addSubview(cancel);
-        CGFloat x = 348;
-        for (auto& given : buttons) {
-            given->setFrame({x - 96, 10, 96, 28});
-            root->addSubview(given);
-            x -= 104;
-        }
-    }
-
-    static std::shared_ptr<NSTextField> title(const std::string& text) {
-        auto title = NSTextField::labelWithString(text);
-        title->setFont(NSFont::boldSystemFontOfSize(13));
-        title->setLineBreakMode(NSLineBreakMode::truncatingMiddle);
-        return title;
+        place(label, {20, 40, 340, 56});
+        place(button("Done", "closeSheet:", "\r"), {280, 8, 80, 28});
     }
 
     // A check box that switches a field of days.
     std::shared_ptr<NSButton> check = NSButton::checkboxWithTitle("Link expires after");
     std::shared_ptr<NSTextField> days = std::make_shared<NSTextField>();
-    void showLinkForm(const std::string& name) {
+    void showLinkForm() {
         check->setOn(true);
         days->setStringValue("30");
         days->setExactWidth(52);
-        auto expiry = NSStackView::stackWithViews(NSUserInterfaceLayoutOrientation::horizontal,
-                                                  {check, days, NSTextField::labelWithString("days")});
         auto explanation = NSTextField::wrappingLabelWithString(
             "After that the link stops working. The files stay in your Tobrel, and you can make a new link any time.");
-        explanation->setTextColor(NSTextColor::secondaryLabel);
-        showForm({title("Share link for “" + name + "”"), expiry, explanation},
-                 {button("Create Link", "submitLink:", "\r")});
+        showForm("Share link for “Reports”", {row({check, days, NSTextField::labelWithString("days")}), explanation},
+                 button("Create Link", "submitLink:", "\r"));
         days->becomeFirstResponder();
     }
 
@@ -106,18 +63,16 @@ public:
         email->setPlaceholderString("their Tobrel email");
         role->addItemWithTitle("Can view and download");
         role->addItemWithTitle("Can view, add, edit and delete");
-        showForm({title("Share “" + name + "” with a Tobrel user"), email, role},
-                 {button("Share", "submitShare:", "\r")});
+        showForm("Share “" + name + "” with a Tobrel user", {email, role}, button("Share", "submitShare:", "\r"));
         email->becomeFirstResponder();
     }
 
     void showList(const std::vector<std::string>& people) {
-        std::vector<std::shared_ptr<NSView>> rows = {title("Sharing for “Reports”")};
+        std::vector<std::shared_ptr<NSView>> rows;
         for (auto& person : people)
-            rows.push_back(NSStackView::stackWithViews(
-                NSUserInterfaceLayoutOrientation::horizontal,
+            rows.push_back(row(
                 {NSTextField::labelWithString(person + "  ·  view only"), button("Stop sharing", "revokeTapped:")}));
-        showForm(std::move(rows), {});
+        showForm("Sharing for “Reports”", std::move(rows), nullptr);
     }
 
     // One request, from the sheet's first showing to its end.
@@ -130,6 +85,32 @@ public:
         loop.run();
         frontEnd.requestEnded(std::nullopt, std::exchange(changed, false));
         root->setObserver(nullptr);
+    }
+
+private:
+    std::shared_ptr<NSButton> button(const std::string& title, const std::string& action, const std::string& key = "") {
+        auto button = NSButton::buttonWithTitle(title, weak_from_this(), action);
+        button->setKeyEquivalent(key);
+        return button;
+    }
+    static std::shared_ptr<NSView> row(std::vector<std::shared_ptr<NSView>> views) {
+        return NSStackView::stackWithViews(NSUserInterfaceLayoutOrientation::horizontal, std::move(views));
+    }
+    void place(const std::shared_ptr<NSView>& view, const NSRect& frame) {
+        view->setFrame(frame);
+        root->addSubview(view);
+    }
+    void showForm(const std::string& name, std::vector<std::shared_ptr<NSView>> rows,
+                  const std::shared_ptr<NSButton>& submit) {
+        auto title = NSTextField::labelWithString(name);
+        title->setFont(NSFont::boldSystemFontOfSize(13));
+        title->setLineBreakMode(NSLineBreakMode::truncatingMiddle);
+        rows.insert(rows.begin(), title);
+        root->removeAllSubviews();
+        place(NSStackView::stackWithViews(NSUserInterfaceLayoutOrientation::vertical, std::move(rows)),
+              {20, 48, 420, 106});
+        place(button(submit ? "Cancel" : "Done", "closeSheet:"), {356, 10, 84, 28});
+        if (submit) place(submit, {252, 10, 96, 28});
     }
 };
 
