@@ -9,6 +9,7 @@
 #include "frontends/json/sheet_user.h"
 #include "frontends/json/view_json.h"
 #include "platform/main_loop.h"
+#include "platform/utf8.h"
 
 namespace tobrel {
 
@@ -45,9 +46,9 @@ void JsonFrontEnd::requestEnded(const std::optional<NSError>& cancelled, bool ch
     if (changed) writeSheet();
     if (cancelled)
         writeEvent({{"event", "cancelled"},
-                    {"domain", validUtf8(cancelled->domain)},
+                    {"domain", wellFormedUtf8(cancelled->domain)},
                     {"code", cancelled->code},
-                    {"message", validUtf8(cancelled->localizedDescription())}});
+                    {"message", wellFormedUtf8(cancelled->localizedDescription())}});
     else
         writeEvent({{"event", "completed"}});
     ended_ = true;
@@ -56,11 +57,11 @@ void JsonFrontEnd::requestEnded(const std::optional<NSError>& cancelled, bool ch
 }
 
 void JsonFrontEnd::setString(const std::string& text, const std::string& type) {
-    if (type == NSPasteboardTypeString) writeEvent({{"event", "clipboard"}, {"text", validUtf8(text)}});
+    if (type == NSPasteboardTypeString) writeEvent({{"event", "clipboard"}, {"text", wellFormedUtf8(text)}});
 }
 
 bool JsonFrontEnd::openURL(const std::string& url) {
-    writeEvent({{"event", "open"}, {"url", validUtf8(url)}});
+    writeEvent({{"event", "open"}, {"url", wellFormedUtf8(url)}});
     return !ended_;
 }
 
@@ -72,9 +73,9 @@ void JsonFrontEnd::Log::write(OSLogType type, std::string_view subsystem, std::s
                               std::string_view message) {
     output_.write(json::serialize(json::object{{"event", "log"},
                                                {"level", type == OSLogType::error ? "error" : "info"},
-                                               {"subsystem", validUtf8(subsystem)},
-                                               {"category", validUtf8(category)},
-                                               {"message", validUtf8(message)}}));
+                                               {"subsystem", wellFormedUtf8(subsystem)},
+                                               {"category", wellFormedUtf8(category)},
+                                               {"message", wellFormedUtf8(message)}}));
 }
 
 void JsonFrontEnd::writeEvent(const json::object& event) {

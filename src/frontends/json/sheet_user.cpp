@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "frontends/json/view_json.h"
+#include "platform/utf8.h"
 
 namespace tobrel::sheet_user {
 
@@ -125,7 +125,7 @@ bool sees(NSView& root, const instruction::Wait& wait) {
     return std::any_of(views.begin(), views.end(), [&](const Shown& shown) {
         auto label = dynamic_cast<const NSTextField*>(shown.view.get());
         return shown.isVisible && label && !label->isEditable() &&
-               validUtf8(label->stringValue()).find(wait.text.value_or("")) != std::string::npos;
+               wellFormedUtf8(label->stringValue()).find(wait.text.value_or("")) != std::string::npos;
     });
 }
 

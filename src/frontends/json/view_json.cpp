@@ -92,10 +92,10 @@ public:
 
     void visit(NSTextField& field) override {
         begin(field, field.isEditable() ? "field" : "label");
-        object_["text"] = validUtf8(field.stringValue());
+        object_["text"] = wellFormedUtf8(field.stringValue());
         object_["align"] = name(field.alignment());
         if (field.isEditable()) {
-            object_["placeholder"] = validUtf8(field.placeholderString());
+            object_["placeholder"] = wellFormedUtf8(field.placeholderString());
             object_["enabled"] = field.isEnabled();
             return;
         }
@@ -109,23 +109,23 @@ public:
     void visit(NSButton& button) override {
         bool isCheckBox = button.type() == NSButtonType::checkBox;
         begin(button, isCheckBox ? "checkbox" : "button");
-        object_["title"] = validUtf8(button.title());
+        object_["title"] = wellFormedUtf8(button.title());
         object_["enabled"] = button.isEnabled();
-        if (!button.action().empty()) object_["action"] = validUtf8(button.action());
+        if (!button.action().empty()) object_["action"] = wellFormedUtf8(button.action());
         if (isCheckBox) {
             object_["on"] = button.isOn();
             return;
         }
         object_["bezel"] = button.bezelStyle();
-        object_["key"] = validUtf8(button.keyEquivalent());
+        object_["key"] = wellFormedUtf8(button.keyEquivalent());
         object_["tag"] = button.tag();
-        if (button.identifier()) object_["identifier"] = validUtf8(*button.identifier());
+        if (button.identifier()) object_["identifier"] = wellFormedUtf8(*button.identifier());
     }
 
     void visit(NSPopUpButton& popUp) override {
         begin(popUp, "popup");
         json::array items;
-        for (auto& title : popUp.itemTitles()) items.emplace_back(validUtf8(title));
+        for (auto& title : popUp.itemTitles()) items.emplace_back(wellFormedUtf8(title));
         object_["items"] = std::move(items);
         object_["selected"] = popUp.indexOfSelectedItem();
         object_["enabled"] = popUp.isEnabled();
@@ -164,17 +164,6 @@ private:
 };
 
 }  // namespace
-
-std::string validUtf8(std::string_view text) {
-    std::string valid;
-    valid.reserve(text.size());
-    while (!text.empty()) {
-        CodePoint first = firstCodePoint(text);
-        valid += first.value ? text.substr(0, first.length) : "\uFFFD";
-        text.remove_prefix(first.length);
-    }
-    return valid;
-}
 
 json::object sheetEvent(const CGSize& size, NSView& root) {
     return {{"event", "sheet"},

@@ -1,0 +1,56 @@
+#include "platform/linux/log_journald.h"
+
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+namespace tobrel {
+
+namespace {
+
+// What reaches the journal's socket, in a /run of the caller's own.
+std::string loggedInOwnRun() {
+    if (unshare(geteuid() == 0 ? CLONE_NEWNS : CLONE_NEWNS | CLONE_NEWUSER) != 0) return "no namespace";
+    mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr);
+    if (mount("none", "/run", "tmpfs", 0, nullptr) != 0) return "no /run";
+    if (makeJournaldLog()) return "a journal without its socket";
+    std::filesystem::create_directories("/run/systemd/journal");
+    sockaddr_un address{AF_UNIX, "/run/systemd/journal/socket"};
+    int journal = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    if (bind(journal, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) return "no socket";
+    auto log = makeJournaldLog();
+    if (!log) return "no library";
+    log->write(OSLogType::info, "com.qelmo.tobrel.actionui", "actions", "two\nPRIORITY=0");
+    char entry[4096];
+    ssize_t length = recv(journal, entry, sizeof entry, MSG_DONTWAIT);
+    return {entry, static_cast<std::size_t>(std::max<ssize_t>(length, 0))};
+}
+
+}  // namespace
+
+TEST(JournaldLog, WritesStructuredFieldsThatAMessageCannotForge) {
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    pid_t child = fork();
+    if (child == 0) {
+        std::string entry = loggedInOwnRun();
+        _exit(write(ends[1], entry.data(), entry.size()) != static_cast<ssize_t>(entry.size()));
+    }
+    close(ends[1]);
+    char entry[4096];
+    std::string text(entry, static_cast<std::size_t>(std::max<ssize_t>(read(ends[0], entry, sizeof entry), 0)));
+    close(ends[0]);
+    waitpid(child, nullptr, 0);
+    for (const char* field : {"PRIORITY=6\n", "SUBSYSTEM=com.qelmo.tobrel.actionui\n", "CATEGORY=actions\n"})
+        EXPECT_NE(text.find(field), std::string::npos) << text;
+    // A value of several lines goes with its length, so that no line of it is a field.
+    EXPECT_NE(text.find(std::string("MESSAGE\n\x0e\0\0\0\0\0\0\0two\nPRIORITY=0\n", 31)), std::string::npos) << text;
+}
+
+}  // namespace tobrel
