@@ -40,7 +40,7 @@ TEST(ViewJson, GivesEachKindItsMembersAndLeavesOutWhatWasNeverSet) {
         {"/subviews/0", "alignment", "leading"},
         {"/subviews/0", "frame", {0, 0, 0, 0}},
         {"/subviews/0/subviews/0", "kind", "label"},
-        {"/subviews/0/subviews/0", "text", "bad \uFFFD byte\uFFFD\n"},
+        {"/subviews/0/subviews/0", "text", "bad \uFFFD\uFFFD byte\uFFFD\n"},
         {"/subviews/0/subviews/0", "width", 420},
         {"/subviews/0/subviews/0", "lineBreak", "wordWrapping"},
         {"/subviews/0/subviews/1", "focused", true},

@@ -39,25 +39,29 @@ TEST_F(LineTextTest, readsALineAsAnInstructionOrRefusesItInASentence) {
         EXPECT_EQ(instruction.item, item) << line;
     }
 
+    using Refusals = std::vector<std::pair<std::string, std::string>>;
+    const auto expectRefused = [](const Rows& rows, const Refusals& refusals) {
+        for (auto& [line, refusal] : refusals) {
+            EXPECT_FALSE(instructionOf(line, rows).control) << line;
+            EXPECT_EQ(instructionOf(line, rows).refusal, refusal) << line;
+        }
+    };
+    expectRefused(form,
+                  {
+                      {"1", "[1] takes a text, as in “1 text”."},
+                      {"2 3", "[2] takes the number of one of its items, as in “2 1”."},
+                      {"5", "There is no [5] here."},
+                      {"99999999999999999999", "There is nothing of that name here: please type one of the numbers."},
+                  });
+    // The form's views are gone from here on.
     host->showList({"ann", "bob"});
     Rows list = rowsOf(*host->root);
     controlsOf(list)[1].button->setEnabled(false);
-    struct {
-        const Rows& rows;
-        std::string line, refusal;
-    } refused[] = {
-        {form, "1", "[1] takes a text, as in “1 text”."},
-        {form, "2 3", "[2] takes the number of one of its items, as in “2 1”."},
-        {form, "5", "There is no [5] here."},
-        {form, "99999999999999999999", "There is nothing of that name here: please type one of the numbers."},
-        {list, "", "No button here answers to Enter alone: please type a number."},
-        {list, "Stop sharing", "There are several of that title: please type the number."},
-        {list, "2", "[2] is not available now."},
-    };
-    for (auto& [rows, line, refusal] : refused) {
-        EXPECT_FALSE(instructionOf(line, rows).control) << line;
-        EXPECT_EQ(instructionOf(line, rows).refusal, refusal) << line;
-    }
+    expectRefused(list, {
+                            {"", "No button here answers to Enter alone: please type a number."},
+                            {"Stop sharing", "There are several of that title: please type the number."},
+                            {"2", "[2] is not available now."},
+                        });
 }
 
 }  // namespace tobrel::terminal
