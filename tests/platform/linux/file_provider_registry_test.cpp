@@ -225,11 +225,4 @@ TEST_F(FileProviderRegistryTest, what_a_registry_that_was_deleted_left_behind_do
     EXPECT_EQ(domains(), std::vector<std::string>{"new"});
 }
 
-TEST_F(FileProviderRegistryTest, a_folder_that_cannot_be_made_is_said) {
-    testing::writeFile(base_ / "home", "");
-    auto refused = registry_.addDomain("work", folder("work"));
-    ASSERT_FALSE(refused);
-    EXPECT_NE(refused.failure().sentence.find(data_), std::string::npos) << refused.failure().sentence;
-}
-
 }  // namespace tobrel

@@ -19,7 +19,6 @@ namespace fs = std::filesystem;
 using Error = std::optional<NSError>;
 using Url = std::tuple<std::optional<NSURL>, Error>;
 using Identifier = std::tuple<std::optional<std::string>, std::optional<std::string>, Error>;
-using Domains = std::tuple<std::vector<NSFileProviderDomain>, Error>;
 
 // What a completion is given, once it has been called.
 template <class Answer, class Ask>
@@ -40,8 +39,8 @@ protected:
         provider_ = makeProvider();
     }
 
-    std::unique_ptr<SqliteFileProvider> makeProvider(const std::string& folder = "/data") {
-        return std::make_unique<SqliteFileProvider>(std::make_unique<FileProviderRegistry>(base_ + folder));
+    std::unique_ptr<SqliteFileProvider> makeProvider() {
+        return std::make_unique<SqliteFileProvider>(std::make_unique<FileProviderRegistry>(base_ + "/data"));
     }
     void add(const std::string& item, const std::string& path) {
         auto edit = admin_.editItems("work");
@@ -187,19 +186,6 @@ TEST_F(SqliteFileProviderTest, may_be_destroyed_by_its_own_completion) {
         work.reset();
         destroyed.get_future().wait();
     }
-}
-
-TEST_F(SqliteFileProviderTest, hands_on_why_the_registry_cannot_be_read) {
-    fs::create_directory(base_ + "/spoilt");
-    testing::writeFile(base_ + "/spoilt/file-provider.sqlite", "nonsense");
-    provider_ = makeProvider("/spoilt");
-    auto [list, error] =
-        answerTo<Domains>([&](auto completion) { provider_->getDomainsWithCompletionHandler(completion); });
-    EXPECT_TRUE(list.empty());
-    ASSERT_TRUE(error);
-    EXPECT_NE(error->text.find("/spoilt/file-provider.sqlite"), std::string::npos) << error->text;
-    EXPECT_FALSE(manager());
-    EXPECT_TRUE(std::get<2>(identifier(root_ + "/a.txt")));
 }
 
 }  // namespace tobrel

@@ -61,12 +61,4 @@ TEST(ItemMapping, words_lead_to_items_by_whatever_way) {
     EXPECT_FALSE(ItemMapping(registry, "").map("q1.pdf"));
 }
 
-TEST(ItemMapping, without_a_registry_says_that_a_path_lies_in_no_domain) {
-    testing::TemporaryFolder temporary;
-    FileProviderRegistry registry(temporary.file("data"));
-    auto mapped = ItemMapping(registry, temporary.path()).map("a.txt");
-    ASSERT_FALSE(mapped);
-    EXPECT_EQ(mapped.failure().sentence, "“a.txt” lies in no registered domain.");
-}
-
 }  // namespace tobrel
