@@ -5,7 +5,6 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <openssl/ssl.h>
-#include <strings.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -15,6 +14,7 @@
 #include <map>
 #include <mutex>
 #include <optional>
+#include <regex>
 #include <set>
 #include <stdexcept>
 #include <thread>
@@ -299,18 +299,11 @@ std::string ScriptedServer::Request::target() const {
 }
 
 std::string ScriptedServer::Request::header(const std::string& name) const {
+    const std::string head = bytes.substr(0, bytes.find("\r\n\r\n") + 2);
+    const std::regex line("\r\n" + name + ": *([^\r]*)", std::regex::icase);
     std::string values;
-    std::size_t end = bytes.find("\r\n\r\n");
-    for (std::size_t line = bytes.find("\r\n") + 2; line < end;) {
-        std::size_t next = bytes.find("\r\n", line);
-        std::size_t colon = bytes.find(':', line);
-        if (colon < next && colon - line == name.size() &&
-            strncasecmp(bytes.data() + line, name.data(), name.size()) == 0) {
-            std::size_t value = std::min(bytes.find_first_not_of(' ', colon + 1), next);
-            values += (values.empty() ? "" : ", ") + bytes.substr(value, next - value);
-        }
-        line = next + 2;
-    }
+    for (std::sregex_iterator found(head.begin(), head.end(), line), end; found != end; ++found)
+        values += (values.empty() ? "" : ", ") + found->str(1);
     return values;
 }
 

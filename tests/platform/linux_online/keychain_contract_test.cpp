@@ -84,29 +84,24 @@ TEST_P(KeychainContract, data_comes_back_byte_for_byte) {
 }
 
 TEST_P(KeychainContract, service_access_group_and_account_tell_items_apart) {
+    const std::string quoted = "Bjørn \"quoted\"";
     EXPECT_EQ(read(query("key")).status, errSecItemNotFound);
-    ASSERT_EQ(keychain_->SecItemAdd(item("key", "ann", "1")), errSecSuccess);
-    ASSERT_EQ(keychain_->SecItemAdd(item("key", "Bjørn \"quoted\"", "2")), errSecSuccess);
-    ASSERT_EQ(keychain_->SecItemAdd(item("other", "ann", "3")), errSecSuccess);
-    EXPECT_EQ(keychain_->SecItemAdd(item("key", "ann", "4")), errSecDuplicateItem);
-
-    SecAttributes second = query("key");
-    second[kSecAttrAccount] = "Bjørn \"quoted\"";
-    EXPECT_EQ(read(second).value, SecValue(CFData{"2"}));
-    SecAttributes elsewhere = query("key");
-    elsewhere[kSecAttrAccessGroup] = "another group";
-    EXPECT_EQ(read(elsewhere).status, errSecItemNotFound);
-    EXPECT_EQ(read(query("ke")).status, errSecItemNotFound);
-}
-
-TEST_P(KeychainContract, deleting_takes_every_item_that_matches_and_no_other) {
-    for (const char* account : {"ann", "ben", ""})
-        ASSERT_EQ(keychain_->SecItemAdd(item("key", account, "1")), errSecSuccess);
+    for (const std::string& account : {std::string("ann"), quoted, std::string()})
+        ASSERT_EQ(keychain_->SecItemAdd(item("key", account, "of " + account)), errSecSuccess);
     ASSERT_EQ(keychain_->SecItemAdd(item("other", "ann", "2")), errSecSuccess);
-    EXPECT_EQ(keychain_->SecItemDelete(query("key")), errSecSuccess);
+    EXPECT_EQ(keychain_->SecItemAdd(item("key", "ann", "3")), errSecDuplicateItem);
+
+    SecAttributes one = query("key"), elsewhere = query("key");
+    one[kSecAttrAccount] = quoted;
+    EXPECT_EQ(read(one).value, SecValue(CFData{"of " + quoted}));
+    elsewhere[kSecAttrAccessGroup] = "another group";
+    for (const SecAttributes& unknown : {elsewhere, query("ke")}) {
+        EXPECT_EQ(read(unknown).status, errSecItemNotFound);
+        EXPECT_EQ(keychain_->SecItemDelete(unknown), errSecItemNotFound);
+    }
+    EXPECT_EQ(keychain_->SecItemDelete(query("key")), errSecSuccess) << "all of them";
     EXPECT_EQ(read(query("key")).status, errSecItemNotFound);
     EXPECT_EQ(read(query("other")).value, SecValue(CFData{"2"}));
-    EXPECT_EQ(keychain_->SecItemDelete(query("key")), errSecItemNotFound);
 }
 
 INSTANTIATE_TEST_SUITE_P(Stores, KeychainContract, ::testing::Values("fake", "file", "secret_service"),

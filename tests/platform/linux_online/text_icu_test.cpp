@@ -58,7 +58,6 @@ TEST(TextServices, a_medium_date_follows_the_environments_locale_and_the_instant
         std::int64_t instant = evening;
     } cases[] = {
         {{}, {}, {}, "UTC", "Jan 2, 2024"},
-        {{}, {}, "C.UTF-8", "", "Jan 2, 2024"},
         {"POSIX", "de_DE.UTF-8", "de_DE.UTF-8", "UTC", "Jan 2, 2024"},
         {{}, {}, "en_GB.UTF-8", "UTC", "2 Jan 2024"},
         {"", "de_DE.UTF-8", "en_US.UTF-8", "UTC", "02.01.2024"},
@@ -67,7 +66,6 @@ TEST(TextServices, a_medium_date_follows_the_environments_locale_and_the_instant
         {{}, {}, "ja_JP.eucJP", "UTC", "2024/01/02"},
         {{}, {}, "../../etc/passwd", "UTC", "Jan 2, 2024"},
         {{}, {}, "C", ":Asia/Kolkata", "Jan 3, 2024"},
-        {{}, {}, "C", "America/New_York", "Jan 2, 2024"},
         {{}, {}, "C", "XYZ-0:30", "Jan 3, 2024"},
         {{}, {}, "C", "XYZ-0:29:59", "Jan 2, 2024"},
         {{}, {}, "C", "No/Such_Zone", "Jan 2, 2024"},
