@@ -5,20 +5,17 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <openssl/ssl.h>
-#include <poll.h>
-#include <strings.h>
-#include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <atomic>
 #include <condition_variable>
 #include <csignal>
 #include <cstdlib>
 #include <map>
 #include <mutex>
 #include <optional>
+#include <regex>
+#include <set>
 #include <stdexcept>
 #include <thread>
 #include <utility>
@@ -26,70 +23,9 @@
 namespace tobrel::testing {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-struct FreeContext {
+struct Free {
     void operator()(SSL_CTX* context) const { SSL_CTX_free(context); }
-};
-struct FreeSession {
     void operator()(SSL* session) const { SSL_free(session); }
-};
-
-class Connection {
-public:
-    Connection(int socket, int number, SSL_CTX* context) : number(number), socket_(socket), tls_(nullptr) {
-        int on = 1;
-        setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-        if (!context) return;
-        timeval patience{.tv_sec = 5};
-        setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-        tls_.reset(SSL_new(context));
-        SSL_set_fd(tls_.get(), socket);
-        if (SSL_accept(tls_.get()) != 1) ended = true;
-    }
-    ~Connection() { close(socket_); }
-    Connection(const Connection&) = delete;
-    Connection& operator=(const Connection&) = delete;
-
-    int socket() const { return socket_; }
-    bool hasMore() const { return tls_ && SSL_pending(tls_.get()) > 0; }
-
-    void receive() {
-        char buffer[65536];
-        auto size = tls_ ? SSL_read(tls_.get(), buffer, sizeof buffer)
-                         : static_cast<int>(recv(socket_, buffer, sizeof buffer, 0));
-        if (size <= 0)
-            ended = true;
-        else
-            received.append(buffer, static_cast<std::size_t>(size));
-    }
-
-    // How much could be sent without waiting; an ended connection takes nothing.
-    std::size_t send(const char* bytes, std::size_t size) {
-        auto sent = tls_ ? SSL_write(tls_.get(), bytes, static_cast<int>(size))
-                         : ::send(socket_, bytes, size, MSG_NOSIGNAL | MSG_DONTWAIT);
-        if (sent > 0) return static_cast<std::size_t>(sent);
-        if (tls_ || errno != EAGAIN) ended = true;
-        return 0;
-    }
-
-    void reset() {
-        linger hard{.l_onoff = 1, .l_linger = 0};
-        setsockopt(socket_, SOL_SOCKET, SO_LINGER, &hard, sizeof hard);
-        ended = true;
-    }
-
-    int number;
-    std::string received;
-    ServerScript steps;
-    std::size_t step = 0;
-    std::size_t sent = 0;
-    Clock::time_point resume{};
-    bool ended = false;
-
-private:
-    int socket_;
-    std::unique_ptr<SSL, FreeSession> tls_;
 };
 
 // Takes one whole request from the front, where there is one. A TLS greeting in plain text counts as one.
@@ -97,8 +33,7 @@ std::optional<std::string> takeRequest(std::string& received) {
     if (received.starts_with('\x16')) return std::exchange(received, {});
     std::size_t head = received.find("\r\n\r\n");
     if (head == received.npos) return std::nullopt;
-    ScriptedServer::Request request{received.substr(0, head + 4)};
-    std::string length = request.header("Content-Length");
+    std::string length = ScriptedServer::Request{received.substr(0, head + 4)}.header("Content-Length");
     std::size_t size = head + 4 + (length.empty() ? 0 : std::stoul(length));
     if (received.size() < size) return std::nullopt;
     std::string bytes = received.substr(0, size);
@@ -106,140 +41,147 @@ std::optional<std::string> takeRequest(std::string& received) {
     return bytes;
 }
 
-int chooseProtocol(SSL*, const unsigned char** chosen, unsigned char* size, const unsigned char* offered,
-                   unsigned length, void* names) {
-    static_cast<std::string*>(names)->clear();
-    for (unsigned at = 0; at < length; at += offered[at] + 1u)
-        *static_cast<std::string*>(names) +=
-            std::string(reinterpret_cast<const char*>(offered + at + 1), offered[at]) + " ";
-    *chosen = reinterpret_cast<const unsigned char*>("http/1.1");
-    *size = 8;
-    return SSL_TLSEXT_ERR_OK;
-}
+// One client, served by a thread of its own. Every wait ends when the socket is shut down.
+class Connection {
+public:
+    Connection(int socket, SSL_CTX* context) : socket_(socket) {
+        int on = 1;
+        setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+        if (!context) return;
+        tls_.reset(SSL_new(context));
+        SSL_set_fd(tls_.get(), socket);
+        SSL_accept(tls_.get());
+    }
+
+    // Nothing once the client has left.
+    std::optional<std::string> request() {
+        for (;;) {
+            if (auto bytes = takeRequest(received_)) return bytes;
+            if (!receive()) return std::nullopt;
+        }
+    }
+
+    // Whether the next step may follow.
+    bool perform(const ServerStep& step) {
+        switch (step.kind) {
+            case ServerStep::Kind::send:
+                return send(step.bytes);
+            case ServerStep::Kind::sendForever:
+                while (send(step.bytes)) continue;
+                return false;
+            case ServerStep::Kind::trickle:
+                for (char byte : step.bytes) {
+                    if (!send({&byte, 1})) return false;
+                    std::this_thread::sleep_for(step.pause);
+                }
+                return true;
+            case ServerStep::Kind::stall:
+                while (receive()) continue;
+                return false;
+            case ServerStep::Kind::reset: {
+                linger hard{.l_onoff = 1, .l_linger = 0};
+                setsockopt(socket_, SOL_SOCKET, SO_LINGER, &hard, sizeof hard);
+                return false;
+            }
+            case ServerStep::Kind::close:
+                return false;
+        }
+        return false;
+    }
+
+private:
+    bool receive() {
+        char buffer[65536];
+        auto size = tls_ ? SSL_read(tls_.get(), buffer, sizeof buffer) : recv(socket_, buffer, sizeof buffer, 0);
+        if (size > 0) received_.append(buffer, static_cast<std::size_t>(size));
+        return size > 0;
+    }
+    bool send(std::string_view bytes) {
+        while (!bytes.empty()) {
+            auto sent = tls_ ? SSL_write(tls_.get(), bytes.data(), static_cast<int>(bytes.size()))
+                             : ::send(socket_, bytes.data(), bytes.size(), 0);
+            if (sent <= 0) return false;
+            bytes.remove_prefix(static_cast<std::size_t>(sent));
+        }
+        return true;
+    }
+
+    int socket_;
+    std::unique_ptr<SSL, Free> tls_;
+    std::string received_;
+};
 
 }  // namespace
 
 struct ScriptedServer::State {
-    std::unique_ptr<SSL_CTX, FreeContext> context;
+    std::unique_ptr<SSL_CTX, Free> context;
     int listener = -1;
-    int wake = -1;
     int port = 0;
-    std::atomic<bool> stopping = false;
-    std::thread thread;
 
-    mutable std::mutex mutex;
-    mutable std::condition_variable changed;
+    std::mutex mutex;
+    std::condition_variable changed;
     // Guarded by the mutex.
     std::map<std::string, ServerScript> scripts;
     std::vector<Request> requests;
     std::string offered;
     int accepted = 0;
     std::size_t most = 0;
+    std::set<int> sockets;
 
-    // Worker thread only.
-    std::vector<std::unique_ptr<Connection>> connections;
+    std::vector<std::jthread> connections;
+    std::jthread acceptor;
 
-    void run() {
+    void acceptAll() {
         // Writing to a connection that the client has closed is part of the game.
         sigset_t pipe;
         sigemptyset(&pipe);
         sigaddset(&pipe, SIGPIPE);
         pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
-        while (!stopping) {
-            auto until = Clock::now() + std::chrono::hours(1);
-            std::vector<pollfd> watched = {{wake, POLLIN, 0}, {listener, POLLIN, 0}};
-            for (auto& connection : connections)
-                watched.push_back({connection->socket(), events(*connection, until), 0});
-            auto wait = std::chrono::ceil<std::chrono::milliseconds>(until - Clock::now()).count();
-            poll(watched.data(), watched.size(), static_cast<int>(std::max<long long>(wait, 0)));
-            for (std::size_t index = 0; index < connections.size(); ++index) {
-                Connection& connection = *connections[index];
-                if (watched[index + 2].revents & (POLLIN | POLLHUP | POLLERR)) connection.receive();
-                while (connection.hasMore() && !connection.ended) connection.receive();
-                advance(connection);
-            }
-            std::erase_if(connections, [](auto& connection) { return connection->ended; });
-            if (watched[1].revents & POLLIN) acceptOne();
-        }
-    }
-
-    static short events(const Connection& connection, Clock::time_point& until) {
-        if (connection.step == connection.steps.size()) return POLLIN;
-        auto kind = connection.steps[connection.step].kind;
-        if (kind == ServerStep::Kind::trickle) until = std::min(until, connection.resume);
-        bool writes = kind == ServerStep::Kind::send || kind == ServerStep::Kind::sendForever;
-        return writes ? POLLIN | POLLOUT : POLLIN;
-    }
-
-    void acceptOne() {
-        int socket = accept(listener, nullptr, nullptr);
-        if (socket < 0) return;
-        int number = 0;
-        {
+        for (int socket; (socket = accept(listener, nullptr, nullptr)) >= 0;) {
             std::lock_guard lock(mutex);
-            number = accepted++;
+            sockets.insert(socket);
+            most = std::max(most, sockets.size());
+            connections.emplace_back([this, socket, number = accepted++] { serve(socket, number); });
         }
-        connections.push_back(std::make_unique<Connection>(socket, number, context.get()));
-        std::lock_guard lock(mutex);
-        most = std::max(most, connections.size());
     }
 
-    void advance(Connection& connection) {
-        while (!connection.ended) {
-            if (connection.step == connection.steps.size()) {
-                auto request = takeRequest(connection.received);
-                if (!request) return;
-                begin(connection, std::move(*request));
-            } else if (!perform(connection, connection.steps[connection.step])) {
-                return;
-            } else {
-                ++connection.step;
-                connection.sent = 0;
+    void serve(int socket, int number) {
+        {
+            Connection connection(socket, context.get());
+            bool open = true;
+            while (open) {
+                auto bytes = connection.request();
+                if (!bytes) break;
+                for (const ServerStep& step : scriptFor({std::move(*bytes), number}))
+                    if (!(open = connection.perform(step))) break;
             }
         }
-    }
-
-    void begin(Connection& connection, std::string bytes) {
         std::lock_guard lock(mutex);
-        requests.push_back({std::move(bytes), connection.number});
-        changed.notify_all();
-        connection.step = connection.sent = 0;
-        connection.resume = Clock::now();
-        connection.steps = {sends(answer(404, ""))};
-        std::size_t longest = 0;
-        for (const auto& [target, script] : scripts) {
-            if (!requests.back().target().starts_with(target) || target.size() < longest) continue;
-            longest = target.size();
-            connection.steps = script;
-        }
+        sockets.erase(socket);
+        close(socket);
     }
 
-    // Whether the step has been done.
-    static bool perform(Connection& connection, const ServerStep& step) {
-        const char* left = step.bytes.data() + connection.sent;
-        std::size_t size = step.bytes.size() - connection.sent;
-        switch (step.kind) {
-            case ServerStep::Kind::send:
-                connection.sent += connection.send(left, size);
-                break;
-            case ServerStep::Kind::sendForever:
-                connection.sent = (connection.sent + connection.send(left, size)) % step.bytes.size();
-                return false;
-            case ServerStep::Kind::trickle:
-                if (Clock::now() < connection.resume) return false;
-                connection.sent += connection.send(left, 1);
-                connection.resume = Clock::now() + step.pause;
-                break;
-            case ServerStep::Kind::stall:
-                return false;
-            case ServerStep::Kind::close:
-                connection.ended = true;
-                return false;
-            case ServerStep::Kind::reset:
-                connection.reset();
-                return false;
-        }
-        return connection.sent == step.bytes.size();
+    ServerScript scriptFor(Request request) {
+        std::lock_guard lock(mutex);
+        requests.push_back(std::move(request));
+        changed.notify_all();
+        // A longer beginning of the same target comes later in the map.
+        ServerScript found = {sends(answer(404, ""))};
+        for (const auto& [target, script] : scripts)
+            if (requests.back().target().starts_with(target)) found = script;
+        return found;
+    }
+
+    static int chooseProtocol(SSL*, const unsigned char** chosen, unsigned char* size, const unsigned char* offered,
+                              unsigned length, void* state) {
+        auto& own = *static_cast<State*>(state);
+        std::lock_guard lock(own.mutex);
+        own.offered.clear();
+        for (unsigned at = 0; at < length; at += offered[at] + 1u)
+            own.offered.append(reinterpret_cast<const char*>(offered + at + 1), offered[at]).append(" ");
+        *chosen = reinterpret_cast<const unsigned char*>("http/1.1");
+        *size = 8;
+        return SSL_TLSEXT_ERR_OK;
     }
 };
 
@@ -284,9 +226,8 @@ ScriptedServer::ScriptedServer(const ServerCertificate* certificate) : state_(st
         if (SSL_CTX_use_certificate_file(context, certificate->certificateFile.c_str(), SSL_FILETYPE_PEM) != 1 ||
             SSL_CTX_use_PrivateKey_file(context, certificate->keyFile.c_str(), SSL_FILETYPE_PEM) != 1)
             throw std::runtime_error("the certificate cannot be used");
-        SSL_CTX_set_alpn_select_cb(context, &chooseProtocol, &state_->offered);
+        SSL_CTX_set_alpn_select_cb(context, &State::chooseProtocol, state_.get());
     }
-    state_->wake = eventfd(0, EFD_CLOEXEC);
     state_->listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address{.sin_family = AF_INET, .sin_addr = {htonl(INADDR_LOOPBACK)}};
     socklen_t length = sizeof address;
@@ -295,14 +236,17 @@ ScriptedServer::ScriptedServer(const ServerCertificate* certificate) : state_(st
         getsockname(state_->listener, reinterpret_cast<sockaddr*>(&address), &length) != 0)
         throw std::runtime_error("no loopback port");
     state_->port = ntohs(address.sin_port);
-    state_->thread = std::thread([state = state_.get()] { state->run(); });
+    state_->acceptor = std::jthread([state = state_.get()] { state->acceptAll(); });
 }
 
 ScriptedServer::~ScriptedServer() {
-    state_->stopping = true;
-    eventfd_write(state_->wake, 1);
-    state_->thread.join();
-    close(state_->wake);
+    shutdown(state_->listener, SHUT_RDWR);
+    state_->acceptor.join();
+    {
+        std::lock_guard lock(state_->mutex);
+        for (int socket : state_->sockets) shutdown(socket, SHUT_RDWR);
+    }
+    state_->connections.clear();
     close(state_->listener);
 }
 
@@ -355,18 +299,11 @@ std::string ScriptedServer::Request::target() const {
 }
 
 std::string ScriptedServer::Request::header(const std::string& name) const {
+    const std::string head = bytes.substr(0, bytes.find("\r\n\r\n") + 2);
+    const std::regex line("\r\n" + name + ": *([^\r]*)", std::regex::icase);
     std::string values;
-    std::size_t end = bytes.find("\r\n\r\n");
-    for (std::size_t line = bytes.find("\r\n") + 2; line < end;) {
-        std::size_t next = bytes.find("\r\n", line);
-        std::size_t colon = bytes.find(':', line);
-        if (colon < next && colon - line == name.size() &&
-            strncasecmp(bytes.data() + line, name.data(), name.size()) == 0) {
-            std::size_t value = std::min(bytes.find_first_not_of(' ', colon + 1), next);
-            values += (values.empty() ? "" : ", ") + bytes.substr(value, next - value);
-        }
-        line = next + 2;
-    }
+    for (std::sregex_iterator found(head.begin(), head.end(), line), end; found != end; ++found)
+        values += (values.empty() ? "" : ", ") + found->str(1);
     return values;
 }
 

@@ -36,7 +36,7 @@ struct ServerCertificate {
 // Self-made, valid for "localhost" and these days, in two files of the folder.
 ServerCertificate makeCertificate(const std::string& folder);
 
-// A server on a loopback port that does what a script says and records what it was sent. One thread of its own.
+// A server on a loopback port that does what a script says and records what it was sent.
 class ScriptedServer {
 public:
     struct Request {

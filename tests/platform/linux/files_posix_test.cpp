@@ -64,8 +64,8 @@ TEST_F(PosixFilesTest, LeavesNoTraceOfAReplacementThatIsNotCommitted) {
 }
 
 TEST_F(PosixFilesTest, RemovesWhatKilledProcessesLeftBehindOnceItIsOld) {
-    const std::string old = folder.file(".tobrel-0123456789abcdef.tmp"),
-                      fresh = folder.file(".tobrel-f123456789abcdef.tmp");
+    const std::string old = folder.file(".tobrel-0123456789abcdef.tmp");
+    const std::string fresh = folder.file(".tobrel-f123456789abcdef.tmp");
     const std::string foreign = folder.file(".tobrel-notes.tmp");
     for (const std::string& path : {old, fresh, foreign}) testing::writeFile(path, "");
     for (const std::string& path : {old, foreign})

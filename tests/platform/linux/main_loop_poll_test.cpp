@@ -27,7 +27,7 @@ protected:
         close(pipe_[0]);
         close(pipe_[1]);
     }
-    std::function<void()> note(std::string what) {
+    auto note(std::string what) {
         return [this, what] { notes_.push_back(what); };
     }
 

@@ -9,13 +9,12 @@
 #include <chrono>
 #include <cstdlib>
 
+#include "support/environment.h"
 #include "support/temporary_folder.h"
 
 namespace tobrel {
 
-using tobrel::testing::readFile;
-using tobrel::testing::TemporaryFolder;
-using tobrel::testing::writeFile;
+using namespace tobrel::testing;
 
 // The calls run in child processes, which have an environment of their own and end right after the call.
 class GioBrowserTest : public ::testing::Test {
@@ -59,9 +58,6 @@ protected:
         waitpid(child, &status, 0);
         return status == 0;
     }
-    // What the browser tells, waiting for it.
-    std::string opened() const { return readFile(file("opened")); }
-
     TemporaryFolder folder_;
 };
 
@@ -79,15 +75,14 @@ TEST_F(GioBrowserTest, theBrowserOpensAfterThisProcessHasEnded) {
     };
     for (auto& [environment, given] : cases) {
         EXPECT_TRUE(open(url, environment));
-        std::string seen = opened();
-        EXPECT_TRUE(seen.starts_with(given + "/dev/null\n")) << seen;
-        std::string session = seen.substr(given.size() + std::string("/dev/null\n").size());
-        EXPECT_NE(std::stoi(session), getsid(0));
+        const std::string seen = readFile(file("opened")), expected = given + "/dev/null\n";
+        ASSERT_TRUE(seen.starts_with(expected)) << seen;
+        EXPECT_NE(std::stoi(seen.substr(expected.size())), getsid(0));
     }
 }
 
 TEST_F(GioBrowserTest, saysSoWhereNothingCanBeStarted) {
-    Environment display = {{"DISPLAY", ":99"}};
+    const Environment display = {{"DISPLAY", ":99"}};
     EXPECT_FALSE(open("https://x.org/", display)) << "no entry";
     desktopEntry("/nowhere/browser %u");
     EXPECT_FALSE(open("https://x.org/", display)) << "no such program";
@@ -98,20 +93,19 @@ TEST_F(GioBrowserTest, saysSoWhereNothingCanBeStarted) {
     EXPECT_FALSE(open("https://x.org/", {{"BROWSER", ":/nowhere/lynx:'"}})) << "no usable BROWSER";
     EXPECT_FALSE(open("other://x.org/", display)) << "no program for the scheme";
     EXPECT_FALSE(open("no address", display));
+    program("broken", "");
     writeFile(file("broken"), "no program at all\n");
-    std::filesystem::permissions(file("broken"), std::filesystem::perms::owner_all);
     EXPECT_FALSE(open("https://x.org/", {{"BROWSER", file("broken")}})) << "cannot be run";
 }
 
 TEST_F(GioBrowserTest, aBrowserThatStaysOpenIsNotWaitedForAndLeavesNoZombie) {
     program("slow", "echo $$ >" + file("opened") + "; exec sleep 60");
+    EnvironmentVariable browser("BROWSER", file("slow"));
     auto start = std::chrono::steady_clock::now();
-    setenv("BROWSER", file("slow").c_str(), 1);
     EXPECT_TRUE(GioBrowser().openURL("https://x.org/"));
-    unsetenv("BROWSER");
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "no child of this process is left";
-    kill(std::stoi(opened()), SIGKILL);
+    kill(std::stoi(readFile(file("opened"))), SIGKILL);
 }
 
 }  // namespace tobrel

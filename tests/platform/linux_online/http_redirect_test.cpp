@@ -5,6 +5,8 @@
 namespace tobrel {
 namespace {
 
+using Taken = std::variant<Redirection, HTTPFailure>;
+
 HTTPHop hopTo(const std::string& url, const std::string& method = "GET") {
     URLRequest request{.url = url, .httpMethod = method};
     if (method == "POST") request.httpBody = "{}";
@@ -21,93 +23,66 @@ bool carries(const HTTPHop& hop, const std::string& name) {
 }
 
 TEST(HTTPRedirect, ChangesTheMethodAsThePlatformDoes) {
-    struct Case {
-        int status;
-        const char* method;
-        const char* next;
-    };
-    for (const Case& each : {Case{301, "POST", "GET"},
-                             {302, "POST", "GET"},
-                             {303, "POST", "GET"},
-                             {307, "POST", "POST"},
-                             {308, "POST", "POST"},
-                             {301, "DELETE", "DELETE"},
-                             {302, "DELETE", "DELETE"},
-                             {303, "DELETE", "GET"},
-                             {308, "DELETE", "DELETE"},
-                             {303, "HEAD", "HEAD"}}) {
-        SCOPED_TRACE(std::to_string(each.status) + " " + each.method);
-        HTTPHop hop = hopTo("http://a/x", each.method);
-        ASSERT_EQ(std::get<Redirection>(takeRedirect(hop, each.status, "/y")), Redirection::followed);
-        EXPECT_EQ(hop.request.httpMethod, each.next);
-        EXPECT_EQ(hop.request.httpBody.has_value(), std::string(each.next) == "POST");
-        EXPECT_EQ(carries(hop, "Content-Type"), std::string(each.method) == each.next);
-    }
+    struct {
+        std::string method, next;
+        std::vector<int> statuses;
+    } cases[] = {{"POST", "GET", {301, 302, 303}},
+                 {"POST", "POST", {307, 308}},
+                 {"DELETE", "DELETE", {301, 302, 308}},
+                 {"DELETE", "GET", {303}},
+                 {"HEAD", "HEAD", {303}}};
+    for (const auto& [method, next, statuses] : cases)
+        for (int status : statuses) {
+            SCOPED_TRACE(std::to_string(status) + " " + method);
+            HTTPHop hop = hopTo("http://a/x", method);
+            ASSERT_EQ(std::get<Redirection>(takeRedirect(hop, status, "/y")), Redirection::followed);
+            EXPECT_EQ(hop.request.httpMethod, next);
+            EXPECT_EQ(hop.request.httpBody.has_value(), next == "POST");
+            EXPECT_EQ(carries(hop, "Content-Type"), method == next);
+        }
 }
 
-TEST(HTTPRedirect, FollowsToTheAddressThatTheLocationMeans) {
-    struct Case {
-        const char* from;
-        const char* location;
-        const char* to;
-    };
-    for (const Case& each : {Case{"http://a/b/c?d#e", "f?g", "http://a/b/f?g"},
-                             {"http://a/b/c", "/x", "http://a/x"},
-                             {"http://a/b/c", "../x", "http://a/x"},
-                             {"https://a/b", "//c/d", "https://c/d"},
-                             {"http://a/b", "HTTPS://C/d e", "https://C/d%20e"},
-                             {"http://u:p@a/b", "c", "http://u:p@a/c"}}) {
-        HTTPHop hop = hopTo(each.from);
-        takeRedirect(hop, 302, each.location);
-        EXPECT_EQ(hop.address.url, each.to) << each.location;
+TEST(HTTPRedirect, GoesWhereTheLocationMeansAndKeepsTheKeyAtItsOwnSchemeHostAndPortOnly) {
+    struct {
+        const char *from, *location, *to;
+        bool keepsKey;
+    } cases[] = {{"http://a/b/c?d#e", "f?g", "http://a/b/f?g", true},
+                 {"http://a/b/c", "/x", "http://a/x", true},
+                 {"http://a/b/c", "../x", "http://a/x", true},
+                 {"http://u:p@a/b", "c", "http://u:p@a/c", true},
+                 {"http://a/b", "http://A:80/y", "http://A:80/y", true},
+                 {"https://a/b", "//c/d", "https://c/d", false},
+                 {"http://a/b", "HTTPS://A/d e", "https://A/d%20e", false},
+                 {"http://a/b", "http://a:81/y", "http://a:81/y", false},
+                 {"http://a/b", "http://a.b/y", "http://a.b/y", false},
+                 {"http://a/b", "http://a@b/y", "http://a@b/y", false}};
+    for (const auto& [from, location, to, keepsKey] : cases) {
+        HTTPHop hop = hopTo(from);
+        takeRedirect(hop, 302, location);
+        EXPECT_EQ(hop.address.url, to);
+        EXPECT_EQ(carries(hop, "x-api-KEY"), keepsKey) << location;
+        EXPECT_TRUE(carries(hop, "X-Tobrel-Client")) << location;
     }
-}
-
-TEST(HTTPRedirect, LeavesTheAnswerAsItIsWhereThereIsNothingToFollow) {
-    HTTPHop hop = hopTo("http://a/x");
-    EXPECT_EQ(std::get<Redirection>(takeRedirect(hop, 302, std::nullopt)), Redirection::none);
-    EXPECT_EQ(std::get<Redirection>(takeRedirect(hop, 304, "/y")), Redirection::none);
-    EXPECT_EQ(std::get<Redirection>(takeRedirect(hop, 200, "/y")), Redirection::none);
 }
 
 TEST(HTTPRedirect, RefusesWhatIsNoWebAddressAndWhatIsLessSecure) {
-    struct Case {
-        const char* from;
-        const char* location;
+    struct {
         HTTPFailure failure;
-    };
-    for (const Case& each : {Case{"http://a", "file:///etc/passwd", HTTPFailure::redirectedToOtherScheme},
-                             {"http://a", "mailto:a@b", HTTPFailure::redirectedToOtherScheme},
-                             {"http://a", "FTP://a/", HTTPFailure::redirectedToOtherScheme},
-                             {"https://a", "http://a/", HTTPFailure::redirectedToInsecure},
-                             {"http://a", "http:///b", HTTPFailure::redirectedToBadAddress},
-                             {"http://a", "http:b", HTTPFailure::redirectedToBadAddress},
-                             {"http://a", "http://b:99999/", HTTPFailure::redirectedToBadAddress},
-                             {"http://a", "/x\ny", HTTPFailure::redirectedToBadAddress}}) {
-        HTTPHop hop = hopTo(each.from);
-        auto taken = takeRedirect(hop, 302, each.location);
-        ASSERT_TRUE(std::holds_alternative<HTTPFailure>(taken)) << each.location;
-        EXPECT_EQ(std::get<HTTPFailure>(taken), each.failure) << each.location;
-    }
-}
-
-TEST(HTTPRedirect, KeepsTheKeyAtItsOwnSchemeHostAndPortOnly) {
-    struct Case {
-        const char* location;
-        bool keeps;
-    };
-    for (const Case& each : {Case{"/y", true},
-                             {"http://A:80/y", true},
-                             {"https://a/y", false},
-                             {"http://a:81/y", false},
-                             {"http://b/y", false},
-                             {"http://a.b/y", false},
-                             {"http://a@b/y", false}}) {
-        HTTPHop hop = hopTo("http://a/x");
-        takeRedirect(hop, 307, each.location);
-        EXPECT_EQ(carries(hop, "x-api-KEY"), each.keeps) << each.location;
-        EXPECT_TRUE(carries(hop, "X-Tobrel-Client")) << each.location;
-    }
+        const char* from;
+        std::vector<const char*> locations;
+    } cases[] = {
+        {HTTPFailure::redirectedToOtherScheme, "http://a", {"file:///etc/passwd", "mailto:a@b", "FTP://a/"}},
+        {HTTPFailure::redirectedToInsecure, "https://a", {"http://a/"}},
+        {HTTPFailure::redirectedToBadAddress, "http://a", {"http:///b", "http:b", "http://b:99999/", "/x\ny"}}};
+    for (const auto& [failure, from, locations] : cases)
+        for (const char* location : locations) {
+            HTTPHop hop = hopTo(from);
+            EXPECT_EQ(takeRedirect(hop, 302, location), Taken(failure)) << location;
+        }
+    HTTPHop hop = hopTo("http://a/x");
+    EXPECT_EQ(takeRedirect(hop, 302, std::nullopt), Taken(Redirection::none));
+    EXPECT_EQ(takeRedirect(hop, 304, "/y"), Taken(Redirection::none));
+    EXPECT_EQ(takeRedirect(hop, 200, "/y"), Taken(Redirection::none));
 }
 
 TEST(HTTPRedirect, GivesUpAfterTwentyRedirects) {

@@ -27,19 +27,21 @@ std::chrono::milliseconds expectEach(Keychain& keychain, OSStatus status) {
     return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
 }
 
-class LockedKeyring : public ::testing::Test {
-protected:
-    void SetUp() override {
-        KeyringDaemon daemon(home_, Keyring::unlocked);
-        ASSERT_EQ(KeychainSecretService().SecItemAdd(item), errSecSuccess);
-    }
+struct SecretService : ::testing::Test {
+    TemporaryFolder home;
+};
 
-    TemporaryFolder home_;
+// The keyring holds the item already.
+struct LockedKeyring : SecretService {
+    LockedKeyring() {
+        KeyringDaemon daemon(home, Keyring::unlocked);
+        EXPECT_EQ(KeychainSecretService().SecItemAdd(item), errSecSuccess);
+    }
 };
 
 }  // namespace
 
-TEST(SecretService, is_not_available_at_once_without_a_bus_or_without_the_service) {
+TEST_F(SecretService, is_not_available_at_once_without_a_bus_or_without_the_service) {
     KeychainSecretService keychain;
     {
         EnvironmentVariable none[] = {{"DBUS_SESSION_BUS_ADDRESS", std::nullopt}, {"XDG_RUNTIME_DIR", "/nowhere"}};
@@ -54,8 +56,7 @@ TEST(SecretService, is_not_available_at_once_without_a_bus_or_without_the_servic
     EXPECT_LT(expectEach(onBus, errSecNotAvailable), 1s);
 }
 
-TEST(SecretService, a_hung_service_costs_one_bounded_wait_and_is_asked_again_later) {
-    TemporaryFolder home;
+TEST_F(SecretService, a_hung_service_costs_one_bounded_wait_and_is_asked_again_later) {
     KeyringDaemon daemon(home, Keyring::unlocked);
     KeychainSecretService connected(bounds);
     ASSERT_EQ(connected.SecItemAdd(item), errSecSuccess);
@@ -69,8 +70,7 @@ TEST(SecretService, a_hung_service_costs_one_bounded_wait_and_is_asked_again_lat
         EXPECT_EQ(keychain->SecItemCopyMatching(query).status, errSecSuccess);
 }
 
-TEST(SecretService, is_found_again_after_a_restart) {
-    TemporaryFolder home;
+TEST_F(SecretService, is_found_again_after_a_restart) {
     auto daemon = std::make_unique<KeyringDaemon>(home, Keyring::unlocked);
     KeychainSecretService keychain(bounds);
     ASSERT_EQ(keychain.SecItemAdd(item), errSecSuccess);
@@ -80,7 +80,7 @@ TEST(SecretService, is_found_again_after_a_restart) {
 }
 
 TEST_F(LockedKeyring, is_not_taken_for_an_empty_one_and_opens_with_the_users_login) {
-    KeyringDaemon daemon(home_, Keyring::locked);
+    KeyringDaemon daemon(home, Keyring::locked);
     KeychainSecretService keychain(bounds);
     EXPECT_LT(expectEach(keychain, errSecInteractionNotAllowed), 1s);
     daemon.unlock();
@@ -93,7 +93,7 @@ TEST_F(LockedKeyring, is_not_taken_for_an_empty_one_and_opens_with_the_users_log
 
 TEST_F(LockedKeyring, asks_the_user_once_and_does_not_wait_long_for_the_answer) {
     SessionBus::shared().ownMutePrompter();
-    KeyringDaemon daemon(home_, Keyring::locked);
+    KeyringDaemon daemon(home, Keyring::locked);
     KeychainSecretService keychain(bounds);
     EXPECT_LT(expectEach(keychain, errSecInteractionNotAllowed), 1s);
     EXPECT_LT(expectEach(keychain, errSecInteractionNotAllowed), 1s);
@@ -102,11 +102,10 @@ TEST_F(LockedKeyring, asks_the_user_once_and_does_not_wait_long_for_the_answer) 
     EXPECT_EQ(keychain.SecItemCopyMatching(query).status, errSecSuccess);
 }
 
-TEST(SecretService, outlives_the_session_bus) {
+TEST_F(SecretService, outlives_the_session_bus) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    auto scene = [] {
-        TemporaryFolder home;
-        auto daemon = std::make_unique<KeyringDaemon>(home, Keyring::unlocked);
+    auto scene = [this] {
+        KeyringDaemon daemon(home, Keyring::unlocked);
         KeychainSecretService keychain(bounds);
         bool worked = keychain.SecItemAdd(item) == errSecSuccess;
         SessionBus::shared().end();

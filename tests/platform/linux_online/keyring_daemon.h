@@ -25,7 +25,7 @@ public:
         return bus;
     }
 
-    const std::string& address() const { return address_; }
+    std::string address() const { return g_test_dbus_get_bus_address(daemon_); }
 
     void waitForOwner(const std::string& name, bool owned) {
         auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
@@ -50,30 +50,20 @@ public:
     }
     int prompts() const { return prompts_; }
 
-    void end() {
-        daemon_.kill(SIGTERM);
-        daemon_.wait();
-    }
+    // Without the wait of GTestDBus for libraries that keep their connections.
+    void end() { g_test_dbus_stop(daemon_); }
 
 private:
-    SessionBus()
-        : daemon_({"dbus-daemon", "--config-file=" + configuration(folder_), "--nofork", "--print-address=1"}) {
-        address_ = daemon_.waitForLine("unix:");
-        setenv("DBUS_SESSION_BUS_ADDRESS", address_.c_str(), 1);
+    SessionBus() {
+        g_test_dbus_up(daemon_);
         constexpr int flags =
             G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT | G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION;
-        connection_ = g_dbus_connection_new_for_address_sync(address_.c_str(), static_cast<GDBusConnectionFlags>(flags),
-                                                             nullptr, nullptr, nullptr);
+        connection_ = g_dbus_connection_new_for_address_sync(
+            address().c_str(), static_cast<GDBusConnectionFlags>(flags), nullptr, nullptr, nullptr);
     }
-    ~SessionBus() { g_object_unref(connection_); }
-
-    static std::string configuration(const TemporaryFolder& folder) {
-        std::string path = folder.file("bus.conf");
-        writeFile(path, "<busconfig><type>session</type><listen>unix:dir=" + folder.path().string() +
-                            "</listen><auth>EXTERNAL</auth><policy context=\"default\"><allow "
-                            "send_destination=\"*\"/><allow receive_sender=\"*\"/>"
-                            "<allow own=\"*\"/></policy></busconfig>");
-        return path;
+    ~SessionBus() {
+        g_object_unref(connection_);
+        end();
     }
 
     // The number or truth that the bus answers.
@@ -88,9 +78,7 @@ private:
         return value;
     }
 
-    const TemporaryFolder folder_;
-    Program daemon_;
-    std::string address_;
+    GTestDBus* const daemon_ = g_test_dbus_new(G_TEST_DBUS_NONE);
     GDBusConnection* connection_ = nullptr;
     std::atomic<int> prompts_ = 0;
 };
@@ -130,7 +118,7 @@ public:
 
 private:
     std::vector<std::string> words(Keyring keyring) const {
-        std::string path = home_.path();
+        const std::string path = home_.path();
         std::vector<std::string> words{"env",
                                        "DBUS_SESSION_BUS_ADDRESS=" + SessionBus::shared().address(),
                                        "HOME=" + path,
