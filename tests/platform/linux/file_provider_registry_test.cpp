@@ -141,13 +141,13 @@ TEST_F(FileProviderRegistryTest, an_item_moves_takes_no_other_items_place_and_go
 }
 
 TEST_F(FileProviderRegistryTest, a_path_belongs_to_the_innermost_domain_around_it) {
-    ASSERT_TRUE(registry_.addDomain("inner", folder("work/inner")));
-    ASSERT_TRUE(registry_.addDomain("work", folder("work")));
-    folder("work2");
-    ASSERT_TRUE(add("work", "a", "inner/x") && add("inner", "b", "x") && add("work", "c", "innermost"));
-    const std::pair<const char*, const char*> cases[] = {{"/work", "work root"},       {"/work/inner", "inner root"},
-                                                         {"/work/inner/x", "inner b"}, {"/work/innermost", "work c"},
-                                                         {"/work/y", "work ?"},        {"/work2", "?"}};
+    ASSERT_TRUE(registry_.addDomain("inner", folder("job/inner")));
+    ASSERT_TRUE(registry_.addDomain("job", folder("job")));
+    folder("job2");
+    ASSERT_TRUE(add("job", "a", "inner/x") && add("inner", "b", "x") && add("job", "c", "innermost"));
+    const std::pair<const char*, const char*> cases[] = {{"/job", "job root"},        {"/job/inner", "inner root"},
+                                                         {"/job/inner/x", "inner b"}, {"/job/innermost", "job c"},
+                                                         {"/job/y", "job ?"},         {"/job2", "?"}};
     for (const auto& [path, found] : cases) EXPECT_EQ(at(base_.native() + path), found);
     EXPECT_EQ(at("/"), "?");
 }
