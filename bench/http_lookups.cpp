@@ -8,7 +8,7 @@
 #include <string>
 
 #include "http_answer.h"
-#include "platform/linux/http_curl.h"
+#include "platform/linux_online/http/curl_session.h"
 
 namespace {
 

@@ -1,6 +1,9 @@
-# One library a folder, so that a folder links only what its arrows allow.
+# One library a folder, so that a folder links only what its arrows allow; the folders below a real part are its own.
 function(tobrel_layer name folder)
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/${folder}/*.cpp)
+  if(folder MATCHES "^platform/")
+    file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/${folder}/*.cpp)
+  endif()
   add_library(${name} STATIC ${sources})
   target_include_directories(${name} PUBLIC ${CMAKE_SOURCE_DIR}/src)
   set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
@@ -11,22 +14,17 @@ endfunction()
 file(GLOB core CONFIGURE_DEPENDS
   ${CMAKE_SOURCE_DIR}/src/dispatch/*.cpp ${CMAKE_SOURCE_DIR}/src/state/*.cpp ${CMAKE_SOURCE_DIR}/src/api/*.cpp
   ${CMAKE_SOURCE_DIR}/src/resolve/*.cpp ${CMAKE_SOURCE_DIR}/src/flows/*.cpp)
-tobrel_layer(tobrel_platform platform ${BOOST_URL})
+tobrel_layer(tobrel_text text ${BOOST_JSON} ${BOOST_URL})
+tobrel_layer(tobrel_platform platform tobrel_text)
 add_library(tobrel_core STATIC ${core})
-target_link_libraries(tobrel_core PUBLIC tobrel_platform ${BOOST_JSON})
+target_link_libraries(tobrel_core PUBLIC tobrel_platform)
 
 # The real parts: those that every command needs, and those that only the server's commands need.
-file(GLOB linux_parts CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/platform/linux/*.cpp)
-set(online_parts ${linux_parts})
-list(FILTER online_parts INCLUDE REGEX "/(http_|keychain_|text_|browser_)[^/]*$")
-list(REMOVE_ITEM linux_parts ${online_parts})
-add_library(tobrel_linux STATIC ${linux_parts})
-target_link_libraries(tobrel_linux PUBLIC tobrel_platform ${SQLITE} m ${CMAKE_DL_LIBS})
-add_library(tobrel_linux_online STATIC ${online_parts})
-target_link_libraries(tobrel_linux_online PUBLIC tobrel_linux PkgConfig::CURL PkgConfig::SECRET PkgConfig::GCRYPT
-  PkgConfig::GIO PkgConfig::ICU ${BOOST_JSON})
+tobrel_layer(tobrel_linux platform/linux tobrel_platform ${SQLITE} m ${CMAKE_DL_LIBS})
+tobrel_layer(tobrel_linux_online platform/linux_online tobrel_linux PkgConfig::CURL PkgConfig::SECRET PkgConfig::GCRYPT
+  PkgConfig::GIO PkgConfig::ICU)
 
-tobrel_layer(tobrel_json_front_end frontends/json tobrel_platform ${BOOST_JSON})
+tobrel_layer(tobrel_json_front_end frontends/json tobrel_platform)
 tobrel_layer(tobrel_terminal_front_end frontends/terminal tobrel_platform)
 
 # tobrel-admin: the folder's main beside its subcommands, so that tests can link the latter.

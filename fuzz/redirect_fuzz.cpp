@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "platform/linux/http_redirect.h"
+#include "platform/linux_online/http/redirect.h"
 
 namespace {
 

@@ -11,13 +11,13 @@
 
 #include "admin/compose.h"
 #include "admin/subcommand.h"
-#include "api/json.h"
 #include "platform/files.h"
-#include "platform/harmless_text.h"
 #include "platform/linux/data_folder.h"
-#include "platform/linux/file_provider_registry.h"
+#include "platform/linux/file_provider/registry.h"
 #include "platform/user_database.h"
 #include "state/paths.h"
+#include "text/harmless_text.h"
+#include "text/json.h"
 
 namespace tobrel::admin {
 

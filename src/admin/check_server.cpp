@@ -4,12 +4,12 @@
 #include "admin/compose.h"
 #include "admin/key_source.h"
 #include "api/api.h"
-#include "api/json.h"
-#include "platform/harmless_text.h"
 #include "platform/http.h"
 #include "platform/text.h"
 #include "state/config.h"
 #include "state/keychain_store.h"
+#include "text/harmless_text.h"
+#include "text/json.h"
 
 namespace tobrel::admin {
 

@@ -4,7 +4,7 @@
 #include "admin/compose.h"
 #include "admin/listing.h"
 #include "admin/subcommand.h"
-#include "platform/harmless_text.h"
+#include "text/harmless_text.h"
 
 namespace tobrel::admin {
 

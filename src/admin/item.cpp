@@ -6,10 +6,10 @@
 
 #include "admin/listing.h"
 #include "admin/subcommand.h"
-#include "platform/harmless_text.h"
 #include "platform/linux/data_folder.h"
-#include "platform/linux/file_provider_registry.h"
+#include "platform/linux/file_provider/registry.h"
 #include "platform/linux/user_database_posix.h"
+#include "text/harmless_text.h"
 
 namespace tobrel::admin {
 

@@ -5,10 +5,10 @@
 #include "admin/listing.h"
 #include "admin/secret_input.h"
 #include "admin/subcommand.h"
-#include "platform/harmless_text.h"
 #include "platform/text.h"
-#include "platform/utf8.h"
 #include "state/keychain_store.h"
+#include "text/harmless_text.h"
+#include "text/utf8.h"
 
 namespace tobrel::admin {
 

@@ -1,9 +1,9 @@
 #include "admin/key_source.h"
 
-#include "platform/harmless_text.h"
 #include "state/config.h"
 #include "state/keychain_store.h"
 #include "state/paths.h"
+#include "text/harmless_text.h"
 
 namespace tobrel::admin {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/linux/keychain_linux.h"
+#include "platform/linux_online/keychain/keychain_linux.h"
 
 namespace tobrel::admin {
 

@@ -3,8 +3,8 @@
 #include <boost/json/serialize.hpp>
 #include <cstdio>
 
-#include "platform/harmless_text.h"
-#include "platform/utf8.h"
+#include "text/harmless_text.h"
+#include "text/utf8.h"
 
 namespace tobrel::admin {
 

@@ -6,7 +6,7 @@
 #include <filesystem>
 
 #include "admin/subcommand.h"
-#include "platform/harmless_text.h"
+#include "text/harmless_text.h"
 
 using namespace tobrel;
 using namespace tobrel::admin;

@@ -6,11 +6,11 @@
 
 #include "admin/listing.h"
 #include "admin/subcommand.h"
-#include "platform/harmless_text.h"
 #include "platform/linux/files_posix.h"
 #include "platform/linux/user_database_posix.h"
 #include "state/json_stream.h"
 #include "state/queue_rewriter.h"
+#include "text/harmless_text.h"
 
 namespace tobrel::admin {
 

@@ -7,9 +7,9 @@
 #include "admin/settings_text.h"
 #include "admin/subcommand.h"
 #include "platform/files.h"
-#include "platform/harmless_text.h"
-#include "platform/url.h"
 #include "state/paths.h"
+#include "text/harmless_text.h"
+#include "text/url.h"
 
 namespace tobrel::admin {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "platform/harmless_text.h"
-#include "platform/nearest_word.h"
+#include "text/harmless_text.h"
+#include "text/nearest_word.h"
 
 namespace tobrel::admin {
 

@@ -1,7 +1,7 @@
 #include "api/answer.h"
 
-#include "api/json.h"
 #include "platform/http.h"
+#include "text/json.h"
 
 namespace tobrel {
 

@@ -3,8 +3,8 @@
 #include <utility>
 
 #include "api/api.h"
-#include "api/json.h"
 #include "platform/http.h"
+#include "text/json.h"
 
 namespace tobrel::API {
 

@@ -5,13 +5,13 @@
 
 #include "api/api.h"
 #include "api/client_header.h"
-#include "api/json.h"
 #include "dispatch/uilog.h"
 #include "platform/http.h"
 #include "platform/platform.h"
 #include "platform/text.h"
-#include "platform/url.h"
 #include "state/config.h"
+#include "text/json.h"
+#include "text/url.h"
 
 namespace tobrel::API {
 

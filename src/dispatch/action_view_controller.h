@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "platform/file_provider_ui.h"
-#include "platform/url.h"
+#include "text/url.h"
 
 namespace tobrel {
 

@@ -1,6 +1,6 @@
 #include "flows/link_coverage.h"
 
-#include "platform/path.h"
+#include "text/path.h"
 
 namespace tobrel {
 

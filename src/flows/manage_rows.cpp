@@ -1,6 +1,6 @@
 #include "flows/manage_rows.h"
 
-#include "api/json.h"
+#include "text/json.h"
 
 namespace tobrel {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/url.h"
+#include "text/url.h"
 
 namespace tobrel {
 

@@ -1,9 +1,9 @@
 #include "host/online_parts.h"
 
-#include "platform/linux/browser_gio.h"
-#include "platform/linux/http_curl.h"
-#include "platform/linux/keychain_linux.h"
-#include "platform/linux/text_icu.h"
+#include "platform/linux_online/browser_gio.h"
+#include "platform/linux_online/http/curl_session.h"
+#include "platform/linux_online/keychain/keychain_linux.h"
+#include "platform/linux_online/text_icu.h"
 
 namespace tobrel::host {
 

@@ -7,8 +7,8 @@
 #include <map>
 
 #include "dispatch/action_id.h"
-#include "platform/harmless_text.h"
-#include "platform/nearest_word.h"
+#include "text/harmless_text.h"
+#include "text/nearest_word.h"
 
 namespace tobrel::host {
 

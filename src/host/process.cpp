@@ -7,7 +7,7 @@
 #include "dispatch/action_id.h"
 #include "host/end_signals.h"
 #include "host/run.h"
-#include "platform/harmless_text.h"
+#include "text/harmless_text.h"
 
 namespace tobrel::host {
 

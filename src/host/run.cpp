@@ -9,7 +9,7 @@
 #include "host/compose.h"
 #include "host/end_signals.h"
 #include "platform/front_end.h"
-#include "platform/harmless_text.h"
+#include "text/harmless_text.h"
 
 namespace tobrel::host {
 

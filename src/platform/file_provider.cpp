@@ -1,6 +1,6 @@
 #include "platform/file_provider.h"
 
-#include "platform/path.h"
+#include "text/path.h"
 
 namespace tobrel {
 

@@ -1,8 +1,8 @@
 #include "api/api.h"
 #include "dispatch/action_view_controller.h"
 #include "platform/main_queue.h"
-#include "platform/path.h"
 #include "platform/platform.h"
+#include "text/path.h"
 
 namespace tobrel {
 

@@ -1,7 +1,7 @@
 #include "state/keychain_store.h"
 
 #include "platform/platform.h"
-#include "platform/utf8.h"
+#include "text/utf8.h"
 
 namespace tobrel::KeychainStore {
 

@@ -5,10 +5,10 @@
 
 #include "platform/files.h"
 #include "platform/platform.h"
-#include "platform/utf8.h"
 #include "state/paths.h"
 #include "state/queue_rewriter.h"
 #include "state/string_set.h"
+#include "text/utf8.h"
 
 namespace tobrel::PinFile {
 

@@ -3,8 +3,8 @@
 #include <boost/json/serialize.hpp>
 #include <cstring>
 
-#include "platform/utf8.h"
 #include "state/plain_text.h"
+#include "text/utf8.h"
 
 namespace tobrel {
 

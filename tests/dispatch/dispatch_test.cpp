@@ -1,7 +1,7 @@
 #include "dispatch/action_id.h"
-#include "platform/path.h"
 #include "state/paths.h"
 #include "support/controller_test.h"
+#include "text/path.h"
 
 namespace tobrel::testing {
 

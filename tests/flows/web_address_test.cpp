@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/text_icu.h"
+#include "platform/linux_online/text_icu.h"
 
 namespace tobrel {
 

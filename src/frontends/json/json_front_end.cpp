@@ -9,7 +9,7 @@
 #include "frontends/json/sheet_user.h"
 #include "frontends/json/view_json.h"
 #include "platform/main_loop.h"
-#include "platform/utf8.h"
+#include "text/utf8.h"
 
 namespace tobrel {
 

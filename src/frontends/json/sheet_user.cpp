@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/utf8.h"
+#include "text/utf8.h"
 
 namespace tobrel::sheet_user {
 

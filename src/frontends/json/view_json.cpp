@@ -3,7 +3,7 @@
 #include <boost/json.hpp>
 #include <cmath>
 
-#include "platform/utf8.h"
+#include "text/utf8.h"
 
 namespace tobrel {
 

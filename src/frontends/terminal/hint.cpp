@@ -1,7 +1,7 @@
 #include "frontends/terminal/hint.h"
 
 #include "frontends/terminal/text_width.h"
-#include "platform/harmless_text.h"
+#include "text/harmless_text.h"
 
 namespace tobrel::terminal {
 

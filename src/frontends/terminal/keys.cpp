@@ -4,7 +4,7 @@
 #include <map>
 #include <optional>
 
-#include "platform/utf8.h"
+#include "text/utf8.h"
 
 namespace tobrel::terminal {
 

@@ -4,7 +4,7 @@
 #include <iterator>
 
 #include "frontends/terminal/text_width.h"
-#include "platform/harmless_text.h"
+#include "text/harmless_text.h"
 
 namespace tobrel::terminal {
 

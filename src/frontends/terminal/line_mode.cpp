@@ -11,8 +11,8 @@
 #include "frontends/terminal/raw_terminal.h"
 #include "frontends/terminal/text_width.h"
 #include "platform/front_end.h"
-#include "platform/harmless_text.h"
 #include "platform/main_loop.h"
+#include "text/harmless_text.h"
 
 namespace tobrel::terminal {
 

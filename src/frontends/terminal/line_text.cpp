@@ -5,7 +5,7 @@
 #include <iterator>
 #include <utility>
 
-#include "platform/harmless_text.h"
+#include "text/harmless_text.h"
 
 namespace tobrel::terminal {
 

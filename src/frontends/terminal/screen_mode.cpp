@@ -10,8 +10,8 @@
 #include "frontends/terminal/hint.h"
 #include "frontends/terminal/output.h"
 #include "platform/front_end.h"
-#include "platform/harmless_text.h"
 #include "platform/main_loop.h"
+#include "text/harmless_text.h"
 
 namespace tobrel::terminal {
 

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "frontends/terminal/text_width.h"
-#include "platform/harmless_text.h"
+#include "text/harmless_text.h"
 
 namespace tobrel::terminal {
 

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-#include "platform/utf8.h"
+#include "text/utf8.h"
 
 namespace tobrel::terminal {
 

@@ -2,7 +2,7 @@
 
 #include <unistd.h>
 
-#include "platform/harmless_text.h"
+#include "text/harmless_text.h"
 
 namespace tobrel {
 

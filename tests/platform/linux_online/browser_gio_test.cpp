@@ -1,4 +1,4 @@
-#include "platform/linux/browser_gio.h"
+#include "platform/linux_online/browser_gio.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>

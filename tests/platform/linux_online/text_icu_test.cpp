@@ -1,4 +1,4 @@
-#include "platform/linux/text_icu.h"
+#include "platform/linux_online/text_icu.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

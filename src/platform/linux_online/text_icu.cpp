@@ -1,0 +1,137 @@
+#include "platform/linux_online/text_icu.h"
+
+#include <time.h>
+#include <unicode/ubrk.h>
+#include <unicode/uchar.h>
+#include <unicode/udat.h>
+#include <unicode/uloc.h>
+#include <unicode/ustring.h>
+#include <unicode/utext.h>
+#include <unicode/utf8.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <memory>
+
+namespace tobrel {
+
+namespace {
+
+struct Close {
+    void operator()(UText* text) const { utext_close(text); }
+    void operator()(UBreakIterator* iterator) const { ubrk_close(iterator); }
+    void operator()(UDateFormat* format) const { udat_close(format); }
+};
+
+bool isAscii(std::string_view text) {
+    return std::all_of(text.begin(), text.end(), [](char byte) { return static_cast<signed char>(byte) >= 0; });
+}
+
+std::vector<std::string_view> asciiCharacters(std::string_view text) {
+    std::vector<std::string_view> characters;
+    characters.reserve(text.size());
+    while (!text.empty()) {
+        std::size_t length = text.starts_with("\r\n") ? 2 : 1;
+        characters.push_back(text.substr(0, length));
+        text.remove_prefix(length);
+    }
+    return characters;
+}
+
+bool isWhitespace(UChar32 character) {
+    return character == '\t' || u_charType(character) == U_SPACE_SEPARATOR;
+}
+
+bool isWhitespaceOrNewline(UChar32 character) {
+    return isWhitespace(character) || (character >= 0x0A && character <= 0x0D) || character == 0x85 ||
+           character == 0x2028 || character == 0x2029;
+}
+
+std::string_view trimming(std::string_view text, bool (*isTrimmed)(UChar32)) {
+    const char* bytes = text.data();
+    std::int32_t first = 0;
+    std::int32_t end = static_cast<std::int32_t>(text.size());
+    while (first < end) {
+        std::int32_t next = first;
+        UChar32 character;
+        U8_NEXT(bytes, next, end, character);
+        if (character < 0 || !isTrimmed(character)) break;
+        first = next;
+    }
+    while (first < end) {
+        std::int32_t previous = end;
+        UChar32 character;
+        U8_PREV(bytes, first, previous, character);
+        if (character < 0 || !isTrimmed(character)) break;
+        end = previous;
+    }
+    return text.substr(first, end - first);
+}
+
+// The environment's name for the locale, in the form that the library takes.
+std::string dateLocale() {
+    std::string_view name;
+    for (const char* variable : {"LC_ALL", "LC_TIME", "LANG"}) {
+        const char* value = std::getenv(variable);
+        if (!name.empty() || !value) continue;
+        name = value;
+    }
+    std::string_view bare = name.substr(0, name.find('.'));
+    if (bare.empty() || bare == "C" || bare == "POSIX") return "en_US_POSIX";
+    std::array<char, ULOC_FULLNAME_CAPACITY> canonical{};
+    UErrorCode error = U_ZERO_ERROR;
+    uloc_canonicalize(std::string(name).c_str(), canonical.data(), canonical.size() - 1, &error);
+    return U_SUCCESS(error) ? canonical.data() : "en_US_POSIX";
+}
+
+// The instant's wall clock, as if it were one in UTC.
+std::int64_t wallClock(std::int64_t instant) {
+    time_t seconds = instant;
+    tm local{};
+    tzset();
+    return localtime_r(&seconds, &local) ? instant + local.tm_gmtoff : instant;
+}
+
+}  // namespace
+
+std::vector<std::string_view> IcuTextServices::characters(std::string_view text) {
+    if (isAscii(text)) return asciiCharacters(text);
+    UErrorCode error = U_ZERO_ERROR;
+    std::unique_ptr<UText, Close> bytes(
+        utext_openUTF8(nullptr, text.data(), static_cast<std::int64_t>(text.size()), &error));
+    std::unique_ptr<UBreakIterator, Close> iterator(ubrk_open(UBRK_CHARACTER, "", nullptr, 0, &error));
+    if (U_SUCCESS(error)) ubrk_setUText(iterator.get(), bytes.get(), &error);
+    if (U_FAILURE(error)) return asciiCharacters(text);
+    std::vector<std::string_view> characters;
+    std::size_t start = 0;
+    for (int end = ubrk_next(iterator.get()); end != UBRK_DONE; end = ubrk_next(iterator.get())) {
+        characters.push_back(text.substr(start, end - start));
+        start = end;
+    }
+    return characters;
+}
+
+std::string_view IcuTextServices::trimmingWhitespace(std::string_view text) {
+    return trimming(text, isWhitespace);
+}
+
+std::string_view IcuTextServices::trimmingWhitespaceAndNewlines(std::string_view text) {
+    return trimming(text, isWhitespaceOrNewline);
+}
+
+std::string IcuTextServices::mediumDate(std::int64_t instant) {
+    UErrorCode error = U_ZERO_ERROR;
+    std::unique_ptr<UDateFormat, Close> format(
+        udat_open(UDAT_NONE, UDAT_MEDIUM, dateLocale().c_str(), u"UTC", -1, nullptr, 0, &error));
+    std::array<UChar, 256> date;
+    UDate milliseconds = static_cast<UDate>(wallClock(instant)) * 1000;
+    int length =
+        U_SUCCESS(error) ? udat_format(format.get(), milliseconds, date.data(), date.size(), nullptr, &error) : 0;
+    std::array<char, 3 * date.size()> text;
+    int bytes = 0;
+    u_strToUTF8(text.data(), text.size(), &bytes, date.data(), length, &error);
+    return U_SUCCESS(error) ? std::string(text.data(), bytes) : std::string();
+}
+
+}  // namespace tobrel

@@ -1,0 +1,118 @@
+#include "platform/linux_online/keychain/secret_service.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/linux_online/keychain/keyring_daemon.h"
+#include "support/environment.h"
+
+namespace tobrel::testing {
+
+namespace {
+
+using namespace std::chrono_literals;
+using Keyring = KeyringDaemon::Keyring;
+
+const KeychainSecretService::Bounds bounds{.call = 500ms, .unlock = 200ms, .retreat = 50ms};
+const SecAttributes query{{kSecClass, kSecClassGenericPassword}, {kSecAttrService, "key"}, {kSecReturnData, true}};
+const SecAttributes item{{kSecClass, kSecClassGenericPassword},
+                         {kSecAttrService, "key"},
+                         {kSecValueData, CFData{std::string("a\0\xFF", 3)}}};
+
+// How long all of the store's operations take, each of which must answer with the status.
+std::chrono::milliseconds expectEach(Keychain& keychain, OSStatus status) {
+    auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(keychain.SecItemCopyMatching(query).status, status);
+    EXPECT_EQ(keychain.SecItemDelete(query), status);
+    EXPECT_EQ(keychain.SecItemAdd(item), status);
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
+}
+
+struct SecretService : ::testing::Test {
+    TemporaryFolder home;
+};
+
+// The keyring holds the item already.
+struct LockedKeyring : SecretService {
+    LockedKeyring() {
+        KeyringDaemon daemon(home, Keyring::unlocked);
+        EXPECT_EQ(KeychainSecretService().SecItemAdd(item), errSecSuccess);
+    }
+};
+
+}  // namespace
+
+TEST_F(SecretService, is_not_available_at_once_without_a_bus_or_without_the_service) {
+    KeychainSecretService keychain;
+    {
+        EnvironmentVariable none[] = {{"DBUS_SESSION_BUS_ADDRESS", std::nullopt}, {"XDG_RUNTIME_DIR", "/nowhere"}};
+        EXPECT_LT(expectEach(keychain, errSecNotAvailable), 1s);
+    }
+    {
+        EnvironmentVariable dead("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere/bus");
+        EXPECT_LT(expectEach(keychain, errSecNotAvailable), 1s);
+    }
+    SessionBus::shared();
+    KeychainSecretService onBus;
+    EXPECT_LT(expectEach(onBus, errSecNotAvailable), 1s);
+}
+
+TEST_F(SecretService, a_hung_service_costs_one_bounded_wait_and_is_asked_again_later) {
+    KeyringDaemon daemon(home, Keyring::unlocked);
+    KeychainSecretService connected(bounds);
+    ASSERT_EQ(connected.SecItemAdd(item), errSecSuccess);
+    KeychainSecretService fresh(bounds);
+
+    daemon.suspend();
+    for (KeychainSecretService* keychain : {&connected, &fresh}) EXPECT_LT(expectEach(*keychain, errSecIO), 1200ms);
+    daemon.resume();
+    std::this_thread::sleep_for(bounds.retreat);
+    for (KeychainSecretService* keychain : {&connected, &fresh})
+        EXPECT_EQ(keychain->SecItemCopyMatching(query).status, errSecSuccess);
+}
+
+TEST_F(SecretService, is_found_again_after_a_restart) {
+    auto daemon = std::make_unique<KeyringDaemon>(home, Keyring::unlocked);
+    KeychainSecretService keychain(bounds);
+    ASSERT_EQ(keychain.SecItemAdd(item), errSecSuccess);
+    daemon.reset();
+    daemon = std::make_unique<KeyringDaemon>(home, Keyring::unlocked);
+    EXPECT_EQ(keychain.SecItemCopyMatching(query).status, errSecSuccess);
+}
+
+TEST_F(LockedKeyring, is_not_taken_for_an_empty_one_and_opens_with_the_users_login) {
+    KeyringDaemon daemon(home, Keyring::locked);
+    KeychainSecretService keychain(bounds);
+    EXPECT_LT(expectEach(keychain, errSecInteractionNotAllowed), 1s);
+    daemon.unlock();
+    auto [status, value] = keychain.SecItemCopyMatching(query);
+    EXPECT_EQ(status, errSecSuccess);
+    EXPECT_EQ(value, SecValue(std::get<CFData>(item.at(kSecValueData))));
+    EXPECT_EQ(keychain.SecItemAdd(item), errSecDuplicateItem);
+    EXPECT_EQ(keychain.SecItemDelete(query), errSecSuccess);
+}
+
+TEST_F(LockedKeyring, asks_the_user_once_and_does_not_wait_long_for_the_answer) {
+    SessionBus::shared().ownMutePrompter();
+    KeyringDaemon daemon(home, Keyring::locked);
+    KeychainSecretService keychain(bounds);
+    EXPECT_LT(expectEach(keychain, errSecInteractionNotAllowed), 1s);
+    EXPECT_LT(expectEach(keychain, errSecInteractionNotAllowed), 1s);
+    EXPECT_EQ(SessionBus::shared().prompts(), 1);
+    daemon.unlock();
+    EXPECT_EQ(keychain.SecItemCopyMatching(query).status, errSecSuccess);
+}
+
+TEST_F(SecretService, outlives_the_session_bus) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    auto scene = [this] {
+        KeyringDaemon daemon(home, Keyring::unlocked);
+        KeychainSecretService keychain(bounds);
+        bool worked = keychain.SecItemAdd(item) == errSecSuccess;
+        SessionBus::shared().end();
+        bool ended = keychain.SecItemCopyMatching(query).status == errSecNotAvailable;
+        std::_Exit(worked && ended ? 0 : 1);
+    };
+    EXPECT_EXIT(scene(), ::testing::ExitedWithCode(0), "");
+}
+
+}  // namespace tobrel::testing
