@@ -91,27 +91,30 @@ TEST_F(DispatchTest, AnyOtherIdentifierIsLoggedAndCancelled) {
     }
 }
 
-TEST_F(DispatchTest, ServerCommandsShowTheirProgressAndResolveTheSelection) {
+TEST_F(DispatchTest, ServerCommandsShowTheirProgressResolveTheSelectionAndBeginTheirOwnDialogue) {
     struct {
         const char* action;
         const char* progress;
+        const char* begun;
     } const cases[] = {
-        {ActionID::share, ""},
-        {ActionID::shareWith, "Looking up the folder…"},
-        {ActionID::manage, "Checking sharing…"},
-        {ActionID::online, "Opening in your browser…"},
+        {ActionID::share, "", R"(POST https://tobrel.example/tobrel/api/shares/find {"folder_prefix":"Docs"})"},
+        {ActionID::shareWith, "Looking up the folder…", "Share “Docs” with a Tobrel user"},
+        {ActionID::manage, "Checking sharing…", "GET https://tobrel.example/tobrel/api/grants?folder_id=a"},
+        {ActionID::online, "Opening in your browser…", "Opened in your browser."},
     };
     world.fileProvider.add("a", "/storage/a");
     for (const auto& c : cases) {
+        controller->presentLabel();
+        controller->label->setStringValue("");
         controller->prepareForAction(c.action, {"a"});
         EXPECT_EQ(sheet(), c.progress);
         world.fileProvider.releaseAll();
         world.mainQueue.run();
         EXPECT_EQ(world.urlSession.lines().back(), "GET https://tobrel.example/tobrel/api/item?id=a") << c.action;
-        controller->presentLabel();
-        controller->label->setStringValue("");
+        world.urlSession.answerLast(answered(200, R"({"path":"Docs","is_folder":true})"));
+        std::string shown = sheet();
+        EXPECT_NE((shown + world.urlSession.lines().back()).find(c.begun), shown.npos) << c.action << shown;
     }
-    EXPECT_TRUE(context->ends.empty());
 }
 
 TEST_F(DispatchTest, TheHostsErrorCancelsTheRequestUnchangedAndSilently) {

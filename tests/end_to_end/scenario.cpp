@@ -40,16 +40,8 @@ std::string click(std::string_view title) {
     return line({{"do", "click"}, {"title", viewOf(title)}});
 }
 
-std::string click(const Object& view) {
-    return line({{"do", "click"}, {"id", view.at("id")}});
-}
-
 std::string type(const Object& view, std::string_view text) {
     return line({{"do", "type"}, {"id", view.at("id")}, {"text", viewOf(text)}});
-}
-
-std::string select(const Object& view, int item) {
-    return line({{"do", "select"}, {"id", view.at("id")}, {"index", item}});
 }
 
 std::string key(std::string_view key) {
@@ -60,32 +52,10 @@ std::string waitForText(std::string_view text) {
     return line({{"do", "wait"}, {"text", viewOf(text)}});
 }
 
-std::string waitForButton(std::string_view title) {
-    return line({{"do", "wait"}, {"title", viewOf(title)}});
-}
-
 std::vector<Object> views(const Object& sheet, std::string_view kind) {
     std::vector<Object> found;
     if (!sheet.empty()) collect(sheet.at("view").as_object(), kind, found);
     return found;
-}
-
-Words texts(const Object& sheet) {
-    return members(views(sheet, "label"), "text");
-}
-
-Words titles(const Object& sheet) {
-    return members(views(sheet, "button"), "title");
-}
-
-std::int64_t heightOf(const Object& sheet) {
-    return sheet.at("size").at(1).to_number<std::int64_t>();
-}
-
-Words commandLine(const std::string& command, const Words& items) {
-    Words words{command};
-    words.insert(words.end(), items.begin(), items.end());
-    return words;
 }
 
 Program start(const Installation& installation, Words words) {
@@ -96,14 +66,6 @@ Program start(const Installation& installation, Words words) {
 Object sheetWith(Program& program, std::string_view piece) {
     std::string line = program.waitForLine(quoted(piece));
     return line.empty() ? Object{} : json::parse(line).as_object();
-}
-
-Object sheetWith(const Ended& ended, std::string_view piece) {
-    auto sheets = ended.events("sheet");
-    for (; !sheets.empty(); sheets.pop_back())
-        if (json::serialize(sheets.back()).find(quoted(piece)) != std::string::npos) return sheets.back();
-    ADD_FAILURE() << "no sheet with " << piece << " in:\n" << ended.output;
-    return {};
 }
 
 Ended finish(Program& program) {
@@ -118,25 +80,13 @@ Ended finish(Program& program) {
     return ended;
 }
 
-Ended act(const Installation& installation, Words words, const std::string& instructions) {
-    Program program = start(installation, std::move(words));
-    program.write(instructions);
-    return finish(program);
-}
-
 std::string message(const Ended& ended) {
     auto sheets = ended.events("sheet");
-    return sheets.empty() ? "" : texts(sheets.back()).at(0);
+    return sheets.empty() ? "" : std::string(views(sheets.back(), "label").at(0).at("text").as_string());
 }
 
 Words values(const Ended& ended, const std::string& event, const std::string& member) {
     return members(ended.events(event), member);
-}
-
-Words infoLines(const Ended& ended) {
-    auto lines = ended.events("log");
-    std::erase_if(lines, [](const Object& line) { return line.at("level").as_string() != "info"; });
-    return members(lines, "message");
 }
 
 ScriptedTobrel::ScriptedTobrel() {

@@ -16,34 +16,24 @@ using Object = boost::json::object;
 
 // Instructions of the JSON front end, each with its line break.
 std::string click(std::string_view title);
-std::string click(const Object& view);
 std::string type(const Object& view, std::string_view text);
-std::string select(const Object& view, int item);
 std::string key(std::string_view key);
 std::string waitForText(std::string_view text);
-std::string waitForButton(std::string_view title);
 constexpr const char* closeWindow = "{\"do\":\"close\"}\n";
 
-// What a "sheet" event shows.
+// The views of a kind that a "sheet" event shows.
 std::vector<Object> views(const Object& sheet, std::string_view kind);
-Words texts(const Object& sheet);
-Words titles(const Object& sheet);
-std::int64_t heightOf(const Object& sheet);
 
-Words commandLine(const std::string& command, const Words& items);
 // A started command with the JSON front end.
 Program start(const Installation& installation, Words words);
-// The next, or at the end the last, sheet with such a text, title or other piece.
+// The next sheet with such a text, title or other piece.
 Object sheetWith(Program& program, std::string_view piece);
-Object sheetWith(const Ended& ended, std::string_view piece);
 // Ends its input and expects that it has completed its request, and that nothing came after that but log lines.
 Ended finish(Program& program);
-Ended act(const Installation& installation, Words words, const std::string& instructions);
 
 // The first text of the last sheet: the message, in the label layout.
 std::string message(const Ended& ended);
 Words values(const Ended& ended, const std::string& event, const std::string& member);
-Words infoLines(const Ended& ended);
 
 // A server whose answers a test may replace, and an installation with the items "file" and "folder".
 class ScriptedTobrel {
