@@ -1,23 +1,12 @@
 #include "admin/settings_text.h"
 
-#include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
 
-#include "state/json_stream.h"
-
-namespace json = boost::json;
+#include "text/json.h"
 
 namespace tobrel::admin {
 
 namespace {
-
-std::optional<json::value> parsed(std::string_view text) {
-    json::parse_options options;
-    options.max_depth = jsonDepthLimit;
-    json::error_code error;
-    json::value value = json::parse(text, error, {}, options);
-    return error ? std::nullopt : std::optional(std::move(value));
-}
 
 // Walks over the top level of a text that is known to be a JSON object.
 class Walker {
@@ -70,10 +59,10 @@ std::optional<std::string> withTextMember(std::string_view text, std::string_vie
         auto rest = withTextMember(text.substr(byteOrderMark.size()), name, value);
         return rest ? std::optional(std::string(byteOrderMark) + *rest) : std::nullopt;
     }
-    const std::string key = json::serialize(json::value(name));
-    const std::string quoted = json::serialize(json::value(value));
+    const std::string key = boost::json::serialize(boost::json::value(name));
+    const std::string quoted = boost::json::serialize(boost::json::value(value));
     if (text.find_first_not_of(" \t\r\n") == text.npos) return "{" + key + ":" + quoted + "}";
-    auto object = parsed(text);
+    auto object = json::parse(text);
     if (!object || !object->is_object()) return std::nullopt;
 
     Walker walker(text);
@@ -96,7 +85,7 @@ std::optional<std::string> withTextMember(std::string_view text, std::string_vie
         walker.skipValue();
         member.end = text.find_last_not_of(" \t\r\n", walker.position() - 1) + 1;
         // Of members with one name the last one counts.
-        if (parsed(written)->get_string() == name) named = member;
+        if (json::parse(written)->get_string() == name) named = member;
         last = member;
     } while (walker.current() == ',');
 

@@ -21,7 +21,7 @@ std::unique_ptr<FolderLock> lockWithFolder(Files& files, const std::string& path
 }
 
 void rewrite(Files& files, const std::string& path, const std::function<void(StringSet&)>& change) {
-    StringSet strings = readStringSet(files.open(path).get());
+    StringSet strings = readStringSet(files, path);
     change(strings);
     auto replacement = files.replace(path);
     if (replacement && replacement->write(serialized(strings))) replacement->commit();

@@ -1,50 +1,26 @@
 #include "state/string_set.h"
 
+#include <boost/json/array.hpp>
 #include <boost/json/serialize.hpp>
+#include <limits>
 
 #include "platform/files.h"
-#include "state/json_stream.h"
+#include "text/json.h"
 
 namespace tobrel {
 
-namespace {
-
-// Accepts an array of strings only.
-struct StringCollector : JsonEvents {
-    bool on_object_begin(Error&) { return false; }
-    bool on_array_begin(Error&) { return !std::exchange(inArray, true); }
-    bool on_string_part(Text text, std::size_t, Error&) {
-        current.append(text.data(), text.size());
-        return inArray;
-    }
-    bool on_string(Text text, std::size_t, Error&) {
-        current.append(text.data(), text.size());
-        strings.insert(std::exchange(current, {}));
-        return inArray;
-    }
-    bool on_int64(std::int64_t, Text, Error&) { return false; }
-    bool on_uint64(std::uint64_t, Text, Error&) { return false; }
-    bool on_double(double, Text, Error&) { return false; }
-    bool on_bool(bool, Error&) { return false; }
-    bool on_null(Error&) { return false; }
-
+StringSet readStringSet(Files& files, const std::string& path) {
+    auto content = readWhole(files, path, std::numeric_limits<std::size_t>::max());
+    if (!content) return {};
+    if (content->starts_with("\xEF\xBB\xBF")) content->erase(0, 3);
+    auto value = json::parse(*content);
+    if (!value || !value->is_array()) return {};
     StringSet strings;
-    std::string current;
-    bool inArray = false;
-};
-
-}  // namespace
-
-StringSet readStringSet(FileReader* file) {
-    if (!file) return {};
-    JsonText text(*file);
-    boost::json::basic_parser<StringCollector> parser{boost::json::parse_options()};
-    boost::json::error_code error;
-    while (auto piece = text.next()) {
-        if (piece->empty()) return parser.done() ? std::move(parser.handler().strings) : StringSet();
-        if (parser.write_some(true, piece->data(), piece->size(), error) != piece->size() || error) break;
+    for (const auto& element : value->get_array()) {
+        if (!element.is_string()) return {};
+        strings.emplace(element.get_string());
     }
-    return {};
+    return strings;
 }
 
 std::string serialized(const StringSet& strings) {

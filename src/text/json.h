@@ -1,6 +1,7 @@
 #pragma once
 
 #include <boost/json/object.hpp>
+#include <boost/json/value.hpp>
 #include <memory>
 #include <optional>
 #include <string>
@@ -10,6 +11,9 @@
 // Reading a server's JSON: a member of another type than asked for counts as absent.
 namespace tobrel::json {
 
+// Any JSON text; half a surrogate pair in an escape becomes U+FFFD. Nothing for broken JSON or UTF-8, or more than 512
+// levels.
+std::optional<boost::json::value> parse(std::string_view text);
 // The object that the text holds. Null for anything else: other JSON, broken JSON or UTF-8, or more than 512 levels.
 std::shared_ptr<const boost::json::object> parseObject(std::string_view text);
 

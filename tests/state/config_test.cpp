@@ -23,6 +23,8 @@ TEST(Config, the_server_is_taken_as_stored_but_for_trailing_slashes) {
         {R"({"server":" https://t.example/ "})", " https://t.example/ "},
         {R"({"server":"a","server":"b"})", "b"},
         {"\xEF\xBB\xBF{\"server\":\"a\"}\n", "a"},
+        {R"({"server":"\\ud83d\ude00\ud83d\udc00x","\udbff":"\udc00\ud800"})", "\\ud83d\uFFFD\U0001F400x"},
+        {R"({"server":"\ud8"})", ""},
         {R"({"server":7})", ""},
         {R"({"server":null})", ""},
         {R"({"Server":"a"})", ""},
