@@ -24,8 +24,9 @@ tobrel_layer(tobrel_linux platform/linux tobrel_platform ${SQLITE} m ${CMAKE_DL_
 tobrel_layer(tobrel_linux_online platform/linux_online tobrel_linux PkgConfig::CURL PkgConfig::SECRET PkgConfig::GCRYPT
   PkgConfig::GIO PkgConfig::ICU)
 
-tobrel_layer(tobrel_json_front_end frontends/json tobrel_platform)
-tobrel_layer(tobrel_terminal_front_end frontends/terminal tobrel_platform)
+tobrel_layer(tobrel_sheet frontends/sheet tobrel_platform)
+tobrel_layer(tobrel_json_front_end frontends/json tobrel_sheet)
+tobrel_layer(tobrel_terminal_front_end frontends/terminal tobrel_sheet)
 
 # tobrel-admin: the folder's main beside its subcommands, so that tests can link the latter.
 file(GLOB admin CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/admin/*.cpp)

@@ -7,6 +7,7 @@
 #include "dispatch/action_id.h"
 #include "frontends/json/json_front_end.h"
 #include "frontends/terminal/terminal_front_end.h"
+#include "host/counted_parts.h"
 #include "platform/linux/data_folder.h"
 #include "platform/linux/file_provider/file_provider.h"
 #include "platform/linux/file_provider/item_mapping.h"
@@ -88,10 +89,13 @@ public:
         auto registry = std::make_unique<FileProviderRegistry>(dataFolder(users_));
         selection_ = select(*registry, words);
         fileProvider_ = std::make_unique<SqliteFileProvider>(std::move(registry));
-        platform_.emplace(platform::Platform{users_, files_, log_, loop_, *fileProvider_});
-        if (online_)
-            onlinePlatform_.emplace(platform::Online{online_->urlSession(), online_->keychain(), online_->text(),
-                                                     *frontEnd_, *frontEnd_, *frontEnd_, infoDictionary_});
+        countedFileProvider_.emplace(*fileProvider_, work_);
+        platform_.emplace(platform::Platform{users_, files_, log_, loop_, *countedFileProvider_});
+        if (online_) {
+            countedSession_.emplace(online_->urlSession(), work_);
+            onlinePlatform_.emplace(platform::Online{*countedSession_, online_->keychain(), online_->text(), *frontEnd_,
+                                                     *frontEnd_, *frontEnd_, infoDictionary_});
+        }
         platform::install(&*platform_, onlinePlatform_ ? &*onlinePlatform_ : nullptr);
     }
 
@@ -104,6 +108,7 @@ public:
 
     MainLoop& loop() override { return loop_; }
     FrontEnd& frontEnd() override { return *frontEnd_; }
+    const WorkCounter& work() override { return work_; }
     const Selection& selection() override { return selection_; }
     void finishSignals() override { fileProvider_->waitForSignals(); }
 
@@ -111,6 +116,7 @@ private:
     PosixUserDatabase users_;
     PosixFiles files_;
     PollMainLoop loop_;
+    WorkCounter work_{loop_};
     NoBrowser noBrowser_;
     const std::unique_ptr<OnlineParts> online_;
     const std::unique_ptr<FrontEnd> frontEnd_;
@@ -120,6 +126,8 @@ private:
                                          {"CFBundleExecutable", "tobrel-action"}};
     Selection selection_;
     std::unique_ptr<SqliteFileProvider> fileProvider_;
+    std::optional<CountedFileProvider> countedFileProvider_;
+    std::optional<CountedURLSession> countedSession_;
     std::optional<platform::Platform> platform_;
     std::optional<platform::Online> onlinePlatform_;
 };

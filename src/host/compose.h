@@ -26,6 +26,8 @@ public:
     virtual ~Composition() = default;
     virtual MainLoop& loop() = 0;
     virtual FrontEnd& frontEnd() = 0;
+    // What the request's parts have not answered yet.
+    virtual const WorkCounter& work() = 0;
     virtual const Selection& selection() = 0;
     // Returns when a working-set signal that has been asked for is done.
     virtual void finishSignals() = 0;

@@ -6,6 +6,7 @@
 #include "host/end_signals.h"
 #include "platform/front_end.h"
 #include "platform/main_loop.h"
+#include "platform/work_counter.h"
 
 namespace tobrel::host {
 
@@ -38,8 +39,8 @@ private:
 
 class RequestSheet : public Sheet {
 public:
-    RequestSheet(std::shared_ptr<TobrelActionViewController> controller, MainLoop& loop)
-        : controller_(std::move(controller)), loop_(loop) {
+    RequestSheet(std::shared_ptr<TobrelActionViewController> controller, MainLoop& loop, const WorkCounter& work)
+        : controller_(std::move(controller)), loop_(loop), work_(work) {
         controller_->view()->setObserver([this] { changed_ = true; });
         controller_->setSizeObserver([this] { changed_ = true; });
     }
@@ -50,6 +51,7 @@ public:
 
     NSView& rootView() override { return *controller_->view(); }
     CGSize preferredContentSize() const override { return controller_->preferredContentSize(); }
+    bool isWorking() const override { return work_.isWorking(); }
     void close() override {
         loop_.async([controller = controller_] { controller->performSelector("closeSheet:", nullptr); });
     }
@@ -59,18 +61,20 @@ public:
 private:
     const std::shared_ptr<TobrelActionViewController> controller_;
     MainLoop& loop_;
+    const WorkCounter& work_;
     // What loadView made has not been shown yet.
     bool changed_ = true;
 };
 
 }  // namespace
 
-std::optional<NSError> runRequest(const Delivery& delivery, FrontEnd& frontEnd, MainLoop& loop) {
+std::optional<NSError> runRequest(const Delivery& delivery, FrontEnd& frontEnd, MainLoop& loop,
+                                  const WorkCounter& work) {
     auto context = std::make_shared<RequestContext>(delivery.domainIdentifier, loop);
     auto controller = TobrelActionViewController::initWithNibName(std::nullopt, nullptr);
     controller->setExtensionContext(context);
     controller->loadView();
-    RequestSheet sheet(controller, loop);
+    RequestSheet sheet(controller, loop, work);
     frontEnd.attach(sheet, loop);
 
     if (delivery.error)

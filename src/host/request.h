@@ -10,6 +10,7 @@
 namespace tobrel {
 class FrontEnd;
 class MainLoop;
+class WorkCounter;
 }  // namespace tobrel
 
 namespace tobrel::host {
@@ -24,7 +25,9 @@ struct Delivery {
 };
 
 // Carries one request from its controller's making to its end; returns the error that it was cancelled with, if any.
-// The platform has been installed. The sheet comes on screen only when the request outlives its delivery.
-std::optional<NSError> runRequest(const Delivery& delivery, FrontEnd& frontEnd, MainLoop& loop);
+// The platform has been installed; its parts count what they have not answered in `work`. The sheet comes on screen
+// only when the request outlives its delivery.
+std::optional<NSError> runRequest(const Delivery& delivery, FrontEnd& frontEnd, MainLoop& loop,
+                                  const WorkCounter& work);
 
 }  // namespace tobrel::host

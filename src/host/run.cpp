@@ -60,7 +60,7 @@ ExitStatus run(const Options& options, MakeOnlineParts makeOnlineParts) {
     auto& composition = *std::get<std::unique_ptr<Composition>>(composed);
 
     Delivery delivery = deliver(options, composition.selection());
-    auto error = runRequest(delivery, composition.frontEnd(), composition.loop());
+    auto error = runRequest(delivery, composition.frontEnd(), composition.loop(), composition.work());
     // The front end may still wait for a reader that never comes.
     unblockEndSignals();
     composition.finishSignals();

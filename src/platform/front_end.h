@@ -18,6 +18,10 @@ public:
     virtual ~Sheet() = default;
     virtual NSView& rootView() = 0;
     virtual CGSize preferredContentSize() const = 0;
+    // Whether work of the request is outstanding: a question to the server or to the file provider that has not been
+    // answered. While it is, the sheet may change by itself; else only by what the user does. Turns false behind all
+    // that the answers have queued, and the main queue runs dry once more then.
+    virtual bool isWorking() const = 0;
     // What closing the window means: the sheet's close button. Takes effect from the main queue.
     virtual void close() = 0;
 };

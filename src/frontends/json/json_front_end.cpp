@@ -121,7 +121,7 @@ void JsonFrontEnd::takeInstruction() {
     if (auto line = lines_.next()) {
         loop_->async([this, line = std::move(*line)] { carryOut(line); });
     } else if (lines_.hasEnded()) {
-        if (input_ == noInput && !sheet_user::hasResult(sheet_->rootView())) return;
+        if (input_ == noInput && sheet_->isWorking()) return;
         takesInstructions_ = false;
         sheet_->close();
     }

@@ -16,7 +16,7 @@ namespace tobrel {
 // desktop's clipboard, browser and sound are left alone.
 class JsonFrontEnd : public FrontEnd {
 public:
-    // In place of an input descriptor: the window closes by itself once the sheet has a result or asks something.
+    // In place of an input descriptor: the window closes by itself once the request no longer works.
     static constexpr int noInput = -1;
 
     // Closes neither descriptor. Must live until the loop has stopped; its destruction waits until what is written has

@@ -2,61 +2,57 @@
 
 #include <algorithm>
 #include <functional>
-#include <memory>
 #include <utility>
-#include <vector>
 
+#include "frontends/sheet/rows.h"
+#include "frontends/sheet/user.h"
 #include "text/utf8.h"
 
 namespace tobrel::sheet_user {
 
 namespace {
 
-struct Shown {
-    std::shared_ptr<NSView> view;
-    // Neither it nor what it stands in is hidden.
-    bool isVisible;
-};
+using Matches = std::function<bool(const NSView&)>;
 
-// Everything inside the view, from the top of the sheet to its bottom, each row from left to right.
-void collect(const NSView& parent, bool isVisible, std::vector<Shown>& list) {
-    auto views = parent.subviews();
-    bool isStack = dynamic_cast<const NSStackView*>(&parent);
-    if (!isStack)
-        std::stable_sort(views.begin(), views.end(), [](auto& one, auto& other) {
-            return std::pair(-one->frame().y, one->frame().x) < std::pair(-other->frame().y, other->frame().x);
-        });
-    for (auto& view : views) {
-        bool isSeen = isVisible && !view->isHidden();
-        list.push_back({view, isSeen});
-        collect(*view, isSeen, list);
+// Hidden ones as well.
+NSView* findView(const NSView& parent, const Matches& matches) {
+    for (auto& view : parent.subviews()) {
+        if (matches(*view)) return view.get();
+        if (NSView* inside = findView(*view, matches)) return inside;
     }
+    return nullptr;
 }
 
-std::vector<Shown> viewsFromTheTop(const NSView& root) {
-    std::vector<Shown> list;
-    collect(root, !root.isHidden(), list);
-    return list;
+bool isUsable(NSView& root, const NSView& view) {
+    auto controls = sheet::controlsOf(sheet::rowsOf(root));
+    auto index = sheet::indexOf(&view, controls);
+    return index && controls[*index].isEnabled();
 }
 
 // The control, or the reason why a user could not use it.
 template <class Control>
 struct Found {
-    std::shared_ptr<Control> control;
+    Control* control = nullptr;
     Refusal refusal;
 };
 
-using Matches = std::function<bool(const NSButton&)>;
+Refusal noSuch(const std::string& name) {
+    return {"There is no " + name + " on the sheet."};
+}
 
-Found<NSButton> firstButton(const NSView& root, const std::string& name, const Matches& matches) {
-    bool exists = false;
-    for (auto& [view, isVisible] : viewsFromTheTop(root)) {
-        auto button = std::dynamic_pointer_cast<NSButton>(view);
-        if (!button || !matches(*button)) continue;
-        if (isVisible && button->isEnabled()) return {button, {}};
-        exists = true;
-    }
-    return {nullptr, {exists ? "The " + name + " is hidden or disabled." : "There is no " + name + " on the sheet."}};
+Refusal notUsable(const std::string& name) {
+    return {"The " + name + " is hidden or disabled."};
+}
+
+// The first from the top that a user could press.
+Found<NSButton> firstButton(NSView& root, const std::string& name, const std::function<bool(const NSButton&)>& wanted) {
+    auto matches = [&](const NSView& view) {
+        auto* button = dynamic_cast<const NSButton*>(&view);
+        return button && wanted(*button);
+    };
+    for (auto& control : sheet::controlsOf(sheet::rowsOf(root)))
+        if (control.isEnabled() && matches(control.view())) return {dynamic_cast<NSButton*>(&control.view()), {}};
+    return {nullptr, findView(root, matches) ? notUsable(name) : noSuch(name)};
 }
 
 bool isOfKind(const NSTextField& field) {
@@ -68,26 +64,23 @@ bool isOfKind(const NSView&) {
 }
 
 template <class Control>
-Found<Control> controlById(const NSView& root, std::int64_t id, const std::string& kind) {
+Found<Control> controlById(NSView& root, std::int64_t id, const std::string& kind) {
     std::string name = "view " + std::to_string(id);
-    for (auto& [view, isVisible] : viewsFromTheTop(root)) {
-        if (!std::cmp_equal(view->id(), id)) continue;
-        auto control = std::dynamic_pointer_cast<Control>(view);
-        if (!control || !isOfKind(*control)) return {nullptr, {"The " + name + " is no " + kind + "."}};
-        if (!isVisible || !control->isEnabled()) return {nullptr, {"The " + name + " is hidden or disabled."}};
-        return {control, {}};
-    }
-    return {nullptr, {"There is no " + name + " on the sheet."}};
+    NSView* view = findView(root, [&](const NSView& each) { return std::cmp_equal(each.id(), id); });
+    if (!view) return {nullptr, noSuch(name)};
+    auto* control = dynamic_cast<Control*>(view);
+    if (!control || !isOfKind(*control)) return {nullptr, {"The " + name + " is no " + kind + "."}};
+    if (!isUsable(root, *control)) return {nullptr, notUsable(name)};
+    return {control, {}};
 }
 
-Found<NSButton> buttonWithTitle(const NSView& root, const std::string& title) {
+Found<NSButton> buttonWithTitle(NSView& root, const std::string& title) {
     return firstButton(root, "button “" + title + "”", [&](auto& button) { return button.title() == title; });
 }
 
-// The control is kept alive meanwhile: its action may take it off the sheet.
 std::optional<Refusal> press(const Found<NSButton>& found) {
     if (!found.control) return found.refusal;
-    found.control->performClick();
+    sheet::press(*found.control);
     return std::nullopt;
 }
 
@@ -121,20 +114,14 @@ std::optional<Refusal> pressKey(NSView& root, const std::string& key) {
 
 bool sees(NSView& root, const instruction::Wait& wait) {
     if (wait.title) return buttonWithTitle(root, *wait.title).control != nullptr;
-    auto views = viewsFromTheTop(root);
-    return std::any_of(views.begin(), views.end(), [&](const Shown& shown) {
-        auto label = dynamic_cast<const NSTextField*>(shown.view.get());
-        return shown.isVisible && label && !label->isEditable() &&
-               wellFormedUtf8(label->stringValue()).find(wait.text.value_or("")) != std::string::npos;
+    auto contains = [&](const sheet::Piece& piece) {
+        return piece.label &&
+               wellFormedUtf8(piece.label->stringValue()).find(wait.text.value_or("")) != std::string::npos;
+    };
+    auto rows = sheet::rowsOf(root);
+    return std::any_of(rows.begin(), rows.end(), [&](const sheet::Row& row) {
+        return std::any_of(row.pieces.begin(), row.pieces.end(), contains);
     });
-}
-
-bool hasResult(const NSView& root) {
-    for (auto& [view, isVisible] : viewsFromTheTop(root)) {
-        auto* label = dynamic_cast<const NSTextField*>(view.get());
-        if (label && isVisible && !label->stringValue().empty() && !label->stringValue().ends_with("…")) return true;
-    }
-    return false;
 }
 
 }  // namespace tobrel::sheet_user

@@ -18,7 +18,4 @@ std::optional<Refusal> pressKey(NSView& root, const std::string& key);
 // Whether the user sees what the instruction waits for.
 bool sees(NSView& root, const instruction::Wait& wait);
 
-// Whether the sheet says something that is no mere progress line.
-bool hasResult(const NSView& root);
-
 }  // namespace tobrel::sheet_user

@@ -1,5 +1,6 @@
 #include "frontends/terminal/hint.h"
 
+#include "frontends/sheet/user.h"
 #include "frontends/terminal/text_width.h"
 #include "text/harmless_text.h"
 
@@ -8,7 +9,7 @@ namespace tobrel::terminal {
 std::string hintFor(const Rows& rows, const NSView* focus, int columns) {
     auto controls = controlsOf(rows);
     auto index = indexOf(focus, controls);
-    const Piece* focused = index ? &controls[*index] : nullptr;
+    const sheet::Piece* focused = index ? &controls[*index] : nullptr;
     const NSButton* entered = focused && focused->button ? focused->button : defaultButton(rows);
 
     std::string hint;

@@ -2,9 +2,11 @@
 
 #include <string>
 
-#include "frontends/terminal/sheet_rows.h"
+#include "frontends/sheet/rows.h"
 
 namespace tobrel::terminal {
+
+using sheet::Rows;
 
 // The keys that do something now, in a line that fits.
 std::string hintFor(const Rows& rows, const NSView* focus, int columns);

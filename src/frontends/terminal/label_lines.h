@@ -5,9 +5,13 @@
 #include <string_view>
 #include <vector>
 
-#include "frontends/terminal/sheet_rows.h"
+#include "frontends/sheet/rows.h"
 
 namespace tobrel::terminal {
+
+using sheet::Piece;
+using sheet::Row;
+using sheet::Rows;
 
 // Where lines have no end: output that is no terminal.
 inline constexpr int unlimitedColumns = std::numeric_limits<int>::max() / 1024;

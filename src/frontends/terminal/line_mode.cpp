@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <utility>
 
+#include "frontends/sheet/user.h"
 #include "frontends/terminal/clipboard.h"
 #include "frontends/terminal/line_text.h"
 #include "frontends/terminal/output.h"
@@ -46,8 +47,8 @@ void LineMode::appear() {
 
 void LineMode::mainQueueRanDry(bool changed) {
     if (!appeared_ || closed_) return;
-    Rows rows = rowsOf(terminal_.sheet.rootView());
-    bool waiting = isWaiting(rows, somethingWasShown_);
+    Rows rows = sheet::rowsOf(terminal_.sheet.rootView());
+    bool waiting = terminal_.sheet.isWorking();
     // Without a change of the sheet there may still be news of the clipboard.
     bool printed = (changed || shown_.empty() || !terminal_.clipboard.note().text.empty()) && show(rows, waiting);
     if (waiting) {
@@ -64,7 +65,6 @@ bool LineMode::show(const Rows& rows, bool waiting) {
     auto& note = terminal_.clipboard.note();
     if (showNoteAlone(rows, note)) return true;
     shownMessage_ = messageLines(rows, columns_, note);
-    somethingWasShown_ |= !shownMessage_.empty();
     auto controls = identitiesOf(rows);
     bool pressed = waiting && controls == shownControls_;
     auto lines = waiting && !pressed ? shownMessage_ : numberedLines(rows, columns_, note);
@@ -149,7 +149,7 @@ void LineMode::readInput() {
 }
 
 void LineMode::perform(const std::string& line) {
-    Rows rows = rowsOf(terminal_.sheet.rootView());
+    Rows rows = sheet::rowsOf(terminal_.sheet.rootView());
     Instruction instruction = instructionOf(line, rows);
     if (!instruction.control) return print({instruction.refusal});
     auto control = controlsOf(rows)[*instruction.control];
@@ -159,7 +159,7 @@ void LineMode::perform(const std::string& line) {
         control.field->setStringValue(*instruction.text);
     else {
         silent_ = true;
-        press(control.button ? *control.button : *control.checkBox);
+        sheet::press(control.button ? *control.button : *control.checkBox);
     }
 }
 
@@ -167,7 +167,7 @@ void LineMode::requestEnded(End end, const std::optional<std::string>& unopened)
     watch(false);
     if (end == End::cancelled) return;
     if (unopened) return print({noBrowser, harmless(*unopened)});
-    Rows rows = rowsOf(terminal_.sheet.rootView());
+    Rows rows = sheet::rowsOf(terminal_.sheet.rootView());
     showNoteAlone(rows, terminal_.clipboard.note());
     auto message = messageLines(rows, columns_, terminal_.clipboard.note());
     if (message != shownMessage_) print(message);

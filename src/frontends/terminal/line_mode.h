@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "frontends/sheet/rows.h"
 #include "frontends/terminal/label_lines.h"
 #include "frontends/terminal/mode.h"
-#include "frontends/terminal/sheet_rows.h"
 
 namespace tobrel::terminal {
 
@@ -35,7 +35,6 @@ private:
     const Terminal& terminal_;
     const int columns_;
     bool appeared_ = false;
-    bool somethingWasShown_ = false;
     bool closed_ = false;
     // An instruction was carried out, and nothing has been printed since.
     bool silent_ = false;

@@ -5,6 +5,7 @@
 #include <iterator>
 #include <utility>
 
+#include "frontends/sheet/user.h"
 #include "text/harmless_text.h"
 
 namespace tobrel::terminal {

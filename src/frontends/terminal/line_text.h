@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "frontends/sheet/rows.h"
 #include "frontends/terminal/label_lines.h"
-#include "frontends/terminal/sheet_rows.h"
 
 namespace tobrel::terminal {
 

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <utility>
 
+#include "frontends/sheet/user.h"
 #include "frontends/terminal/clipboard.h"
 #include "frontends/terminal/hint.h"
 #include "frontends/terminal/output.h"
@@ -24,15 +25,6 @@ std::string cursorMove(int count, char direction) {
     std::string sequence;
     if (count > 0) sequence.append("\x1B[").append(std::to_string(count)).append(1, direction);
     return sequence;
-}
-
-NSView* firstChoice(const Rows& rows) {
-    if (NSButton* button = defaultButton(rows)) return button;
-    // Without a default button the closing one, which can do no harm.
-    auto controls = controlsOf(rows);
-    for (auto control = controls.rbegin(); control != controls.rend(); ++control)
-        if (control->isEnabled()) return &control->view();
-    return nullptr;
 }
 
 bool isInFooter(const Rows& rows, const NSView* view) {
@@ -106,7 +98,7 @@ void ScreenMode::handleKeys() {
 
 void ScreenMode::handle(const KeyPress& press) {
     dirty_ = true;
-    Rows rows = rowsOf(terminal_.sheet.rootView());
+    Rows rows = sheet::rowsOf(terminal_.sheet.rootView());
     settleFocus(rows);
     auto controls = controlsOf(rows);
     const Piece* focus = focusIndex_ ? &controls[*focusIndex_] : nullptr;
@@ -143,7 +135,7 @@ void ScreenMode::handle(const KeyPress& press) {
             return;
         case Key::text:
             if (press.text != " " || !focus) return;
-            if (focus->checkBox) terminal::press(*focus->checkBox);
+            if (focus->checkBox) sheet::press(*focus->checkBox);
             if (focus->button) pressButton(*focus->button);
             return;
         default:
@@ -181,7 +173,7 @@ void ScreenMode::pressEnter(const Rows& rows, const Piece* focus) {
 void ScreenMode::pressButton(NSButton& button) {
     // What was typed ahead was meant for the sheet as it was.
     keys_.clear();
-    terminal::press(button);
+    sheet::press(button);
 }
 
 void ScreenMode::suspend() {
@@ -196,7 +188,7 @@ void ScreenMode::settleFocus(const Rows& rows) {
     auto index = indexOf(root.firstResponder(), controls);
     if (!index) {
         resumeIndex_ = bodyFocus_;
-        if (NSView* choice = firstChoice(rows)) choice->becomeFirstResponder();
+        if (NSView* choice = sheet::firstFocus(rows)) choice->becomeFirstResponder();
         index = indexOf(root.firstResponder(), controls);
     } else if (index != focusIndex_) {
         resumeIndex_.reset();
@@ -237,7 +229,7 @@ void ScreenMode::page(const std::vector<Piece>& controls, int direction) {
 }
 
 void ScreenMode::draw() {
-    Rows rows = rowsOf(terminal_.sheet.rootView());
+    Rows rows = sheet::rowsOf(terminal_.sheet.rootView());
     settleFocus(rows);
     TerminalSize size = sizeOfTerminal(terminal_.output);
     LayoutInput input;
@@ -281,7 +273,7 @@ void ScreenMode::requestEnded(End end, const std::optional<std::string>& unopene
     if (end == End::completed && unopened)
         message = {noBrowser, harmless(*unopened)};
     else if (end == End::completed)
-        message = messageLines(rowsOf(terminal_.sheet.rootView()), size.columns - 1, terminal_.clipboard.note());
+        message = messageLines(sheet::rowsOf(terminal_.sheet.rootView()), size.columns - 1, terminal_.clipboard.note());
     auto most = static_cast<std::size_t>(std::max(size.rows - 2, 1));
     if (message.size() > most) {
         std::string more = "… and " + std::to_string(message.size() - most) + " more lines";

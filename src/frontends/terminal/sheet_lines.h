@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "frontends/sheet/rows.h"
 #include "frontends/terminal/field_edit.h"
 #include "frontends/terminal/label_lines.h"
-#include "frontends/terminal/sheet_rows.h"
 
 namespace tobrel::terminal {
 

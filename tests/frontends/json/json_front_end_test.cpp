@@ -65,6 +65,7 @@ protected:
 
     NSView& rootView() override { return root_; }
     CGSize preferredContentSize() const override { return {460, 166}; }
+    bool isWorking() const override { return working_; }
     void close() override {
         loop_.async([this] { end({}); });
     }
@@ -114,6 +115,7 @@ protected:
     std::shared_ptr<NSTextField> days_ = std::make_shared<NSTextField>();
     std::shared_ptr<NSPopUpButton> role_ = std::make_shared<NSPopUpButton>();
     std::shared_ptr<NSTextField> label_ = NSTextField::labelWithString("");
+    bool working_ = false;
     std::vector<std::string> actions_;
     std::map<std::string, std::function<void()>> onAction_;
     std::optional<JsonFrontEnd> frontEnd_;
@@ -273,10 +275,13 @@ TEST_F(JsonFrontEndTest, NeitherOutputThatFailsNorInputThatIsNoneStopsARequest) 
 }
 
 TEST_F(JsonFrontEndTest, WithoutAnInputItWaitsForTheResultBeforeItCloses) {
-    label_->setStringValue("Creating share link…");
-    loop_.setTimer(std::chrono::milliseconds(20), [this] { label_->setStringValue("Link copied"); });
+    working_ = true;
+    loop_.setTimer(std::chrono::milliseconds(20), [this] {
+        label_->setStringValue("Wait a moment…");
+        working_ = false;
+    });
     runLoop(writing_, FileDescriptor(JsonFrontEnd::noInput));
-    EXPECT_EQ(label_->stringValue(), "Link copied");
+    EXPECT_EQ(label_->stringValue(), "Wait a moment…");
 }
 
 TEST_F(JsonFrontEndTest, ReadsNoFurtherAheadThanItNeedsToWhileItWaits) {

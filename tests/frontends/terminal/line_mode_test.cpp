@@ -1,7 +1,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 
-#include "frontends/terminal/sheet_host.h"
+#include "support/sheet_host.h"
 #include "frontends/terminal/terminal_front_end.h"
 #include "platform/linux/file_descriptor.h"
 #include "support/temporary_folder.h"
@@ -20,7 +20,11 @@ protected:
     }
     // What comes from elsewhere once the main queue has run dry and the input has been looked at.
     void answerWith(std::function<void()> answer) {
-        host->loop.setTimer(std::chrono::milliseconds(20), std::move(answer));
+        host->working = true;
+        host->loop.setTimer(std::chrono::milliseconds(20), [this, answer = std::move(answer)] {
+            answer();
+            host->working = false;
+        });
     }
 
 private:

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "frontends/terminal/sheet_host.h"
+#include "support/sheet_host.h"
 
 namespace tobrel::terminal {
 
@@ -14,7 +14,7 @@ protected:
 TEST_F(LineTextTest, numbersTheControlsFromTheTop) {
     host->showShareForm("a\nb");
     host->email->setEnabled(false);
-    EXPECT_THAT(numberedLines(rowsOf(*host->root), 30, {}),
+    EXPECT_THAT(numberedLines(sheet::rowsOf(*host->root), 30, {}),
                 ::testing::ElementsAre("Share “a␊b” with a Tobrel user", "", "[1] their Tobrel email:  (not available)",
                                        "[2] (*) 1 Can view and download", "    ( ) 2 Can view, add, edit and delete",
                                        "", "[3] Share (Enter)   [4] Cancel"));
@@ -22,7 +22,7 @@ TEST_F(LineTextTest, numbersTheControlsFromTheTop) {
 
 TEST_F(LineTextTest, readsALineAsAnInstructionOrRefusesItInASentence) {
     host->showShareForm("Reports");
-    Rows form = rowsOf(*host->root);
+    Rows form = sheet::rowsOf(*host->root);
     struct {
         std::string line;
         std::size_t control;  // counted from 1
@@ -55,7 +55,7 @@ TEST_F(LineTextTest, readsALineAsAnInstructionOrRefusesItInASentence) {
                   });
     // The form's views are gone from here on.
     host->showList({"ann", "bob"});
-    Rows list = rowsOf(*host->root);
+    Rows list = sheet::rowsOf(*host->root);
     controlsOf(list)[1].button->setEnabled(false);
     expectRefused(list, {
                             {"", "No button here answers to Enter alone: please type a number."},

@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "frontends/terminal/sheet_host.h"
+#include "support/sheet_host.h"
 #include "frontends/terminal/terminal_front_end.h"
 #include "support/pty_child.h"
 

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "frontends/terminal/frame.h"
-#include "frontends/terminal/sheet_host.h"
+#include "support/sheet_host.h"
 
 namespace tobrel::terminal {
 
@@ -19,7 +19,7 @@ protected:
         input.focus = host->root->firstResponder();
         if (auto* field = dynamic_cast<const NSTextField*>(input.focus)) input.edit = entered(field->stringValue());
         input.note = note;
-        return layOut(rowsOf(*host->root), input);
+        return layOut(sheet::rowsOf(*host->root), input);
     }
     std::string drawn(int columns) { return encoded(lines(columns).lines, styling); }
 
@@ -85,7 +85,7 @@ TEST_F(SheetLinesTest, textFromElsewhereDrivesNothing) {
 
 TEST_F(SheetLinesTest, aTallSheetScrollsToItsFocusOnEveryTerminal) {
     host->showList(std::vector<std::string>(500, "ann@x.org"));
-    auto controls = controlsOf(rowsOf(*host->root));
+    auto controls = controlsOf(sheet::rowsOf(*host->root));
     for (int rows : {1, 2, 4, 6, 24, 100}) {
         std::size_t scroll = 0;
         for (std::size_t focus : {0, 250, 499, 500, 3}) {

@@ -1,10 +1,9 @@
-#include "frontends/terminal/sheet_rows.h"
+#include "frontends/sheet/rows.h"
 
 #include <algorithm>
 #include <iterator>
-#include <memory>
 
-namespace tobrel::terminal {
+namespace tobrel::sheet {
 
 namespace {
 
@@ -90,7 +89,7 @@ private:
         rows.push_back(std::move(row));
     }
 
-    friend Rows tobrel::terminal::rowsOf(NSView& root);
+    friend Rows tobrel::sheet::rowsOf(NSView& root);
 };
 
 bool holdsOnlyButtons(const Row& row) {
@@ -128,39 +127,10 @@ std::vector<Piece> controlsOf(const Rows& rows) {
     return controls;
 }
 
-NSButton* defaultButton(const Rows& rows) {
-    for (auto& control : controlsOf(rows))
-        if (control.button && control.isEnabled() && control.button->keyEquivalent() == "\r") return control.button;
-    return nullptr;
-}
-
 std::optional<std::size_t> indexOf(const NSView* view, const std::vector<Piece>& controls) {
     for (std::size_t i = 0; i < controls.size(); ++i)
         if (&controls[i].view() == view) return i;
     return std::nullopt;
 }
 
-void press(NSButton& button) {
-    std::shared_ptr<NSView> kept;
-    if (NSView* parent = button.superview())
-        for (auto& view : parent->subviews())
-            if (view.get() == &button) kept = view;
-    button.performClick();
-}
-
-bool isWaiting(const Rows& rows, bool somethingWasShown) {
-    bool says = false;
-    for (auto& row : rows)
-        for (auto& piece : row.pieces) {
-            if (piece.button && !piece.isEnabled()) return true;
-            if (piece.label && piece.label->stringValue().empty())
-                says |= somethingWasShown;
-            else if (piece.label)
-                says |= !piece.label->stringValue().ends_with("…");
-            else
-                says |= !piece.button;
-        }
-    return !says;
-}
-
-}  // namespace tobrel::terminal
+}  // namespace tobrel::sheet

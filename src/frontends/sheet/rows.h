@@ -6,9 +6,10 @@
 
 #include "platform/view.h"
 
-namespace tobrel::terminal {
+// What all front ends share: the views of a sheet in reading order. Main thread only, as the views are.
+namespace tobrel::sheet {
 
-// One visible view of the sheet that is no container. Exactly one of the pointers is set.
+// One visible view that is no container. Exactly one of the pointers is set.
 struct Piece {
     NSTextField* label = nullptr;
     NSTextField* field = nullptr;
@@ -17,6 +18,7 @@ struct Piece {
     NSPopUpButton* popUp = nullptr;
 
     bool isControl() const { return !label; }
+    // False for a label.
     bool isEnabled() const;
     NSView& view() const;
 };
@@ -29,21 +31,14 @@ struct Row {
     bool footer = false;
 };
 
-// The sheet in reading order: rows from the top, each from the left. The pieces are valid until the sheet changes.
+// The sheet as it is read: rows from the top, each from the left; hidden views are left out. The pieces are valid until
+// the sheet changes.
 using Rows = std::vector<Row>;
 
 Rows rowsOf(NSView& root);
 
 std::vector<Piece> controlsOf(const Rows& rows);
-// The visible, enabled button that Return presses, or null.
-NSButton* defaultButton(const Rows& rows);
+// The place of a view among the controls; nothing where it is none of them.
 std::optional<std::size_t> indexOf(const NSView* view, const std::vector<Piece>& controls);
 
-// Keeps the button alive while its action runs, which may take it off the sheet.
-void press(NSButton& button);
-
-// Nothing to answer yet: a progress line stands, or an empty one where nothing was shown before, or a button has been
-// pressed and still waits.
-bool isWaiting(const Rows& rows, bool somethingWasShown);
-
-}  // namespace tobrel::terminal
+}  // namespace tobrel::sheet

@@ -19,9 +19,11 @@ public:
     std::shared_ptr<NSView> root = std::make_shared<NSView>();
     std::map<std::string, std::function<void(NSButton&)>> actions = {{"closeSheet:", [this](NSButton&) { end(); }}};
     bool ended = false;
+    bool working = false;
 
     NSView& rootView() override { return *root; }
     CGSize preferredContentSize() const override { return {460, 166}; }
+    bool isWorking() const override { return working; }
     void close() override {
         loop.async([this] { end(); });
     }
@@ -46,14 +48,20 @@ public:
     // A check box that switches a field of days.
     std::shared_ptr<NSButton> check = NSButton::checkboxWithTitle("Link expires after");
     std::shared_ptr<NSTextField> days = std::make_shared<NSTextField>();
-    void showLinkForm() {
+    // `copyTitle`: of a button for a link that exists already.
+    void showLinkForm(const std::string& copyTitle = "") {
         check->setOn(true);
         days->setStringValue("30");
         days->setExactWidth(52);
         auto explanation = NSTextField::wrappingLabelWithString(
             "After that the link stops working. The files stay in your Tobrel, and you can make a new link any time.");
         showForm("Share link for “Reports”", {row({check, days, NSTextField::labelWithString("days")}), explanation},
-                 button("Create Link", "submitLink:", "\r"));
+                 button(copyTitle.empty() ? "Create Link" : "New Link", "submitLink:", copyTitle.empty() ? "\r" : ""));
+        if (!copyTitle.empty()) {
+            auto* submit = root->subviews().back().get();
+            submit->setFrame({148, 10, 96, 28});
+            place(button(copyTitle, "copyExisting:", "\r"), {252, 10, 96, 28});
+        }
         days->becomeFirstResponder();
     }
 
