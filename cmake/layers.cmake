@@ -41,7 +41,7 @@ endif()
 # tobrel-action, in two programs: one for what needs no server, which starts fast because it loads nothing but the C
 # library, and one with the online parts, which takes over where the command asks the server.
 file(GLOB host CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/host/*.cpp)
-list(FILTER host EXCLUDE REGEX "main\\.cpp$|/online_parts\\.cpp$")
+list(FILTER host EXCLUDE REGEX "main\\.cpp$|/compose_online\\.cpp$")
 add_library(tobrel_host STATIC ${host})
 target_link_libraries(tobrel_host PUBLIC tobrel_core tobrel_linux tobrel_json_front_end tobrel_terminal_front_end)
 add_executable(tobrel-action ${CMAKE_SOURCE_DIR}/src/host/main.cpp)
@@ -50,6 +50,6 @@ if(NOT TOBREL_SANITIZE)
   target_link_options(tobrel-action PRIVATE -static-libstdc++ -static-libgcc)
 endif()
 add_executable(tobrel-action-online ${CMAKE_SOURCE_DIR}/src/host/online_main.cpp
-  ${CMAKE_SOURCE_DIR}/src/host/online_parts.cpp)
+  ${CMAKE_SOURCE_DIR}/src/host/compose_online.cpp)
 target_link_libraries(tobrel-action-online PRIVATE tobrel_host tobrel_linux_online)
 set_target_properties(tobrel-action-online PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/libexec/tobrel)

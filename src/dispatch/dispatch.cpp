@@ -13,7 +13,7 @@ void signalWorkingSet(const std::optional<std::string>& domainIdentifier,
     if (!domainIdentifier) return;
     for (const auto& domain : domains) {
         if (domain.identifier != *domainIdentifier) continue;
-        if (auto manager = platform::current().fileProvider.managerForDomain(domain))
+        if (auto manager = platform::request().fileProvider.managerForDomain(domain))
             manager->signalEnumeratorForContainerItemIdentifier(NSFileProviderWorkingSetContainerItemIdentifier,
                                                                 [](const std::optional<NSError>&) {});
         return;
@@ -63,7 +63,7 @@ void TobrelActionViewController::requestPins(const ItemIdentifiers& itemIdentifi
     label->setStringValue(pinned ? "Made available offline" : "Made online-only");
     done->setHidden(true);
     autoDismiss = true;
-    platform::current().fileProvider.getDomainsWithCompletionHandler(
+    platform::request().fileProvider.getDomainsWithCompletionHandler(
         [domainIdentifier = extensionContext().domainIdentifier()](const std::vector<NSFileProviderDomain>& domains,
                                                                    const std::optional<NSError>&) {
             signalWorkingSet(domainIdentifier, domains);

@@ -48,7 +48,7 @@ void TobrelActionViewController::viewDidAppear() {
 }
 
 void TobrelActionViewController::show(std::string text) {
-    platform::current().mainQueue.async([controller = self(), text = std::move(text)] {
+    platform::request().mainQueue.async([controller = self(), text = std::move(text)] {
         if (!controller->label->superview()) controller->presentLabel();
         controller->label->setStringValue(text);
     });

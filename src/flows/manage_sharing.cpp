@@ -53,7 +53,7 @@ void TobrelActionViewController::loadManage(std::string id, std::string name) {
         self->present(list, {}, 34 * static_cast<CGFloat>(list->subviews().size()) + 80);
     };
     API::grants(id, [answered](const ApiResult& result) {
-        platform::current().mainQueue.async([answered, result] { answered(result); });
+        platform::request().mainQueue.async([answered, result] { answered(result); });
     });
 }
 
@@ -67,7 +67,7 @@ void TobrelActionViewController::revokeTapped(NSView* sender) {
     API::revokeGrant(grantID, [self = self(), grantID, leaving](const ApiResult& result) {
         if (!result.json) return self->show("Could not stop sharing: " + result.error.value_or("unknown error"));
         os_log(uilog(), OSLogType::info, "revoked grant %{public}@", grantID);
-        platform::current().mainQueue.async([self, leaving] {
+        platform::request().mainQueue.async([self, leaving] {
             auto folder = self->manageFolder;
             if (leaving) return self->show(leftMessage(folder ? folder->name : "the folder"));
             if (folder) self->loadManage(folder->id, folder->name);

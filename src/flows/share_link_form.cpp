@@ -14,7 +14,7 @@ namespace {
 constexpr CGFloat contentWidth = 420;
 
 void copyToPasteboard(const std::string& url) {
-    auto& pasteboard = platform::online().pasteboard;
+    auto& pasteboard = platform::desktop().pasteboard;
     pasteboard.clearContents();
     pasteboard.setString(url, NSPasteboardTypeString);
 }
@@ -107,7 +107,7 @@ void TobrelActionViewController::submitLink(NSView*) {
     if (expiresCheck->isOn()) {
         auto typed = readDays(expiresDays->stringValue(), platform::online().text);
         if (!typed) {
-            platform::online().sound.beep();
+            platform::desktop().sound.beep();
             return expiresDays->becomeFirstResponder();
         }
         days = *typed;
@@ -117,7 +117,7 @@ void TobrelActionViewController::submitLink(NSView*) {
     auto created = [self = self(), days](const API::CreatedShare& share) {
         if (!share.url) return self->show("Could not create the share link: " + share.error.value_or("unknown error"));
         // Queued before the message, which says that it has happened.
-        platform::current().mainQueue.async([url = *share.url] { copyToPasteboard(url); });
+        platform::request().mainQueue.async([url = *share.url] { copyToPasteboard(url); });
         os_log(uilog(), OSLogType::info, "share created, expires in %d day(s)", days);
         self->show(copiedMessage(*share.url) + "\n" + expiryLine(share.expiresAt));
     };

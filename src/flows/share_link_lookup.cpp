@@ -72,14 +72,14 @@ void TobrelActionViewController::createShare(const ItemIdentifiers& resolved) {
     DispatchGroup outstanding;
     for (std::size_t each = 0; each < resolved.size(); ++each) outstanding.enter();
     for (std::size_t each = 0; each < std::min(lookupsAtOnce, resolved.size()); ++each) askInTurn(lookups, outstanding);
-    outstanding.notify(platform::current().mainQueue, [self = self(), lookups] {
+    outstanding.notify(platform::request().mainQueue, [self = self(), lookups] {
         auto link = linkCoverage(lookups->fileKeys, lookups->folderPaths);
         if (!link) return self->show(lookups->firstError.value_or("Nothing here can be shared."));
         self->pendingLink = link;
         API::findShares(link->keys, link->prefix, [self, name = link->name](const std::vector<API::ShareLink>& links) {
             std::optional<ExistingLink> existing;
             if (!links.empty()) existing = {links.front().url, links.front().expiresAt};
-            platform::current().mainQueue.async([self, name, existing] { self->presentLinkForm(name, existing); });
+            platform::request().mainQueue.async([self, name, existing] { self->presentLinkForm(name, existing); });
         });
     });
 }

@@ -23,8 +23,8 @@ std::optional<URL> TobrelActionViewController::onlineURL(const std::string& path
 }
 
 void TobrelActionViewController::openPage(std::string path) {
-    platform::current().mainQueue.async([self = self(), path = std::move(path)] {
-        if (auto url = onlineURL(path)) platform::online().workspace.openURL(url->absoluteString());
+    platform::request().mainQueue.async([self = self(), path = std::move(path)] {
+        if (auto url = onlineURL(path)) platform::desktop().workspace.openURL(url->absoluteString());
         self->label->setStringValue("Opened in your browser.");
         self->done->setHidden(true);
         self->autoDismiss = true;

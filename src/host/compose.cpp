@@ -4,18 +4,20 @@
 
 #include <filesystem>
 
-#include "dispatch/action_id.h"
-#include "frontends/json/json_front_end.h"
-#include "frontends/terminal/terminal_front_end.h"
 #include "host/counted_parts.h"
+#include "host/factories.h"
+#include "host/program.h"
+#include "platform/front_end.h"
 #include "platform/linux/data_folder.h"
 #include "platform/linux/file_provider/file_provider.h"
 #include "platform/linux/file_provider/item_mapping.h"
 #include "platform/linux/files_posix.h"
 #include "platform/linux/log_journald.h"
 #include "platform/linux/log_stream.h"
-#include "platform/linux/main_loop_poll.h"
 #include "platform/linux/user_database_posix.h"
+#include "platform/log.h"
+#include "platform/main_loop.h"
+#include "platform/online_parts.h"
 #include "platform/platform.h"
 
 namespace tobrel::host {
@@ -45,12 +47,6 @@ private:
     OSLogSink* const frontEnd_;
 };
 
-// For commands that open nothing.
-class NoBrowser : public NSWorkspace {
-public:
-    bool openURL(const std::string&) override { return false; }
-};
-
 Selection select(FileProviderRegistry& registry, const std::vector<std::string>& words) {
     constexpr std::string_view identifierPrefix = "id:";
     std::error_code error;
@@ -72,41 +68,38 @@ Selection select(FileProviderRegistry& registry, const std::vector<std::string>&
     return selection;
 }
 
-std::unique_ptr<FrontEnd> makeFrontEnd(const Options& options, NSWorkspace& browser) {
-    bool inputIsTaken = options.itemsFrom == "-";
-    int input = inputIsTaken ? -1 : STDIN_FILENO;
-    if (options.frontEnd == FrontEndKind::json) return std::make_unique<JsonFrontEnd>(STDOUT_FILENO, input);
-    return std::make_unique<TerminalFrontEnd>(input, STDOUT_FILENO, TerminalEnvironment::ofProcess(), browser);
-}
-
 class LinuxComposition : public Composition {
 public:
-    LinuxComposition(const Options& options, const std::vector<std::string>& words, MakeOnlineParts makeOnlineParts)
+    LinuxComposition(const Options& options, const Factories& factories)
         : users_(options.home),
-          online_(makeOnlineParts ? makeOnlineParts(options, users_) : nullptr),
-          frontEnd_(makeFrontEnd(options, online_ ? online_->browser() : noBrowser_)),
-          log_(options, frontEnd_->logSink()) {
-        auto registry = std::make_unique<FileProviderRegistry>(dataFolder(users_));
-        selection_ = select(*registry, words);
-        fileProvider_ = std::make_unique<SqliteFileProvider>(std::move(registry));
-        countedFileProvider_.emplace(*fileProvider_, work_);
-        platform_.emplace(platform::Platform{users_, files_, log_, loop_, *countedFileProvider_});
-        if (online_) {
-            countedSession_.emplace(online_->urlSession(), work_);
-            onlinePlatform_.emplace(platform::Online{*countedSession_, online_->keychain(), online_->text(), *frontEnd_,
-                                                     *frontEnd_, *frontEnd_, infoDictionary_});
-        }
-        platform::install(&*platform_, onlinePlatform_ ? &*onlinePlatform_ : nullptr);
-    }
+          loop_(factories.loop()),
+          browser_(factories.browser()),
+          frontEnd_(factories.frontEnd(options, *browser_)) {}
 
     // What calls back ends before all that its callbacks use; resolution's callbacks may still ask the server.
     ~LinuxComposition() override {
         fileProvider_.reset();
         if (online_) online_->endRequests();
-        platform::install(nullptr, nullptr);
     }
 
-    MainLoop& loop() override { return loop_; }
+    void install(const Options& options, const std::vector<std::string>& words, const Factories& factories) {
+        if (factories.onlineParts) online_ = factories.onlineParts(options, users_);
+        log_.emplace(options, frontEnd_->logSink());
+        auto registry = std::make_unique<FileProviderRegistry>(dataFolder(users_));
+        selection_ = select(*registry, words);
+        fileProvider_ = std::make_unique<SqliteFileProvider>(std::move(registry));
+        countedFileProvider_.emplace(*fileProvider_, work_);
+        std::optional<platform::Online> online;
+        if (online_) {
+            countedSession_.emplace(online_->urlSession(), work_);
+            online.emplace(*countedSession_, online_->keychain(), online_->text(), infoDictionary_);
+        }
+        installation_.emplace(platform::Platform{users_, files_, &*log_},
+                              platform::Request{*loop_, *countedFileProvider_}, online,
+                              platform::Desktop{*frontEnd_, *frontEnd_, *frontEnd_});
+    }
+
+    MainLoop& loop() override { return *loop_; }
     FrontEnd& frontEnd() override { return *frontEnd_; }
     const WorkCounter& work() override { return work_; }
     const Selection& selection() override { return selection_; }
@@ -115,12 +108,12 @@ public:
 private:
     PosixUserDatabase users_;
     PosixFiles files_;
-    PollMainLoop loop_;
-    WorkCounter work_{loop_};
-    NoBrowser noBrowser_;
-    const std::unique_ptr<OnlineParts> online_;
+    const std::unique_ptr<MainLoop> loop_;
+    WorkCounter work_{*loop_};
+    const std::unique_ptr<NSWorkspace> browser_;
+    std::unique_ptr<OnlineParts> online_;
     const std::unique_ptr<FrontEnd> frontEnd_;
-    Log log_;
+    std::optional<Log> log_;
     const InfoDictionary infoDictionary_{{"CFBundleShortVersionString", TOBREL_VERSION},
                                          {"CFBundleVersion", TOBREL_VERSION},
                                          {"CFBundleExecutable", "tobrel-action"}};
@@ -128,19 +121,19 @@ private:
     std::unique_ptr<SqliteFileProvider> fileProvider_;
     std::optional<CountedFileProvider> countedFileProvider_;
     std::optional<CountedURLSession> countedSession_;
-    std::optional<platform::Platform> platform_;
-    std::optional<platform::Online> onlinePlatform_;
+    std::optional<platform::Installation> installation_;
 };
 
 }  // namespace
 
 std::variant<std::unique_ptr<Composition>, std::string> compose(const Options& options,
                                                                 const std::vector<std::string>& words,
-                                                                MakeOnlineParts makeOnlineParts) {
-    bool needsFrontEnd = options.actionIdentifier != ActionID::keep && options.actionIdentifier != ActionID::unkeep;
-    if (needsFrontEnd && options.frontEnd == FrontEndKind::gtk)
-        return "the gtk front end is not installed; use --front-end terminal";
-    return std::make_unique<LinuxComposition>(options, words, makeOnlineParts);
+                                                                const Factories& factories) {
+    auto composition = std::make_unique<LinuxComposition>(options, factories);
+    if (needsFrontEnd(options))
+        if (auto obstacle = composition->frontEnd().obstacle()) return *obstacle;
+    composition->install(options, words, factories);
+    return composition;
 }
 
 }  // namespace tobrel::host

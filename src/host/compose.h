@@ -6,10 +6,18 @@
 #include <variant>
 #include <vector>
 
-#include "host/request.h"
-#include "host/run.h"
+#include "host/options.h"
+#include "platform/file_provider.h"
+
+namespace tobrel {
+class FrontEnd;
+class MainLoop;
+class WorkCounter;
+}  // namespace tobrel
 
 namespace tobrel::host {
+
+struct Factories;
 
 // Where the command line's words lead.
 struct Selection {
@@ -33,9 +41,10 @@ public:
     virtual void finishSignals() = 0;
 };
 
-// The composition, or why there can be none here, in a sentence. `words` are the command line's items.
+// The composition, or why the front end cannot run here, in a sentence; that is asked before all else. `words` are the
+// command line's items.
 std::variant<std::unique_ptr<Composition>, std::string> compose(const Options& options,
                                                                 const std::vector<std::string>& words,
-                                                                MakeOnlineParts makeOnlineParts);
+                                                                const Factories& factories);
 
 }  // namespace tobrel::host

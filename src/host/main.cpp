@@ -3,20 +3,23 @@
 #include <climits>
 #include <string>
 
+#include "host/compose_text.h"
+#include "host/factories.h"
+#include "host/program.h"
 #include "host/run.h"
 
 using namespace tobrel::host;
 
 namespace {
 
-// The program that has the online parts, beside this one in the installation. It takes this process over.
-ExitStatus continueInOnlineProgram(char* words[]) {
+// The installation's other program, which takes this process over.
+ExitStatus continueIn(const std::string& name, const char* orElse, char* words[]) {
     char self[PATH_MAX];
     ssize_t length = readlink("/proc/self/exe", self, sizeof self);
     std::string path(self, length > 0 ? static_cast<std::size_t>(length) : 0);
-    path = path.substr(0, path.rfind("/bin/")) + "/libexec/tobrel/tobrel-action-online";
+    path = path.substr(0, path.rfind("/bin/")) + "/libexec/tobrel/" + name;
     execv(path.c_str(), words);
-    say("this installation is not complete: " + path + " cannot be started");
+    say(access(path.c_str(), F_OK) == 0 ? path + " cannot be started; please install Tobrel again" : orElse);
     return frontEndCannotRun;
 }
 
@@ -25,5 +28,15 @@ ExitStatus continueInOnlineProgram(char* words[]) {
 int main(int count, char* words[]) {
     prepareProcess();
     Options options = readCommandLine(count, words);
-    return asksServer(options) ? continueInOnlineProgram(words) : run(options, nullptr);
+    switch (programFor(options)) {
+        case Program::gtk:
+            return continueIn("tobrel-action-gtk", "the gtk front end is not installed; use --front-end terminal",
+                              words);
+        case Program::online:
+            return continueIn("tobrel-action-online", "tobrel-action-online is missing; please install Tobrel again",
+                              words);
+        case Program::itself:
+            break;
+    }
+    return run(options, {makePollLoop, makeNoBrowser, makeTextFrontEnd, nullptr});
 }

@@ -1,12 +1,11 @@
+#include "host/process.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
 
-#include "dispatch/action_id.h"
-#include "host/end_signals.h"
-#include "host/run.h"
 #include "text/harmless_text.h"
 
 namespace tobrel::host {
@@ -43,12 +42,6 @@ Options readCommandLine(int count, char* const words[]) {
         std::exit(wrongUsage);
     }
     return std::get<Options>(std::move(parsed));
-}
-
-bool asksServer(const Options& options) {
-    for (const char* identifier : {ActionID::share, ActionID::shareWith, ActionID::manage, ActionID::online})
-        if (options.actionIdentifier == identifier) return true;
-    return false;
 }
 
 void say(const std::string& sentence) {

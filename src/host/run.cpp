@@ -8,6 +8,8 @@
 
 #include "host/compose.h"
 #include "host/end_signals.h"
+#include "host/program.h"
+#include "host/request.h"
 #include "platform/front_end.h"
 #include "text/harmless_text.h"
 
@@ -39,7 +41,7 @@ Delivery deliver(const Options& options, Selection selection) {
 
 }  // namespace
 
-ExitStatus run(const Options& options, MakeOnlineParts makeOnlineParts) {
+ExitStatus run(const Options& options, const Factories& factories) {
     std::vector<std::string> words = options.items;
     if (options.itemsFrom) {
         auto content = readAll(*options.itemsFrom);
@@ -52,7 +54,7 @@ ExitStatus run(const Options& options, MakeOnlineParts makeOnlineParts) {
     }
 
     if (asksServer(options)) blockEndSignals();
-    auto composed = compose(options, words, makeOnlineParts);
+    auto composed = compose(options, words, factories);
     if (auto* obstacle = std::get_if<std::string>(&composed)) {
         say(*obstacle);
         return frontEndCannotRun;

@@ -5,6 +5,8 @@
 namespace tobrel::log_detail {
 
 void write(const OSLog& log, OSLogType type, std::string_view format, const Value* values) {
+    OSLogSink* sink = platform::current().log;
+    if (!sink) return;
     std::string message;
     while (true) {
         std::size_t at = format.find('%');
@@ -14,7 +16,7 @@ void write(const OSLog& log, OSLogType type, std::string_view format, const Valu
         format.remove_prefix(at + (values->isNumber ? 2 : std::string_view("%{public}@").size()));
         ++values;
     }
-    platform::current().log.write(type, log.subsystem, log.category, message);
+    sink->write(type, log.subsystem, log.category, message);
 }
 
 }  // namespace tobrel::log_detail

@@ -1,25 +1,52 @@
 #include "platform/platform.h"
 
+#include <cstdio>
+#include <cstdlib>
+
 namespace tobrel::platform {
 
 namespace {
 
-const Platform* installed = nullptr;
-const Online* installedOnline = nullptr;
+struct Parts {
+    std::optional<Platform> platform;
+    std::optional<Request> request;
+    std::optional<Online> online;
+    std::optional<Desktop> desktop;
+};
+std::optional<Parts> installed;
+
+template <class Part>
+const Part& part(std::optional<Part> Parts::*member, const char* name) {
+    if (installed && *installed.*member) return *(*installed.*member);
+    std::fprintf(stderr, "tobrel: %s is used, but has not been installed\n", name);
+    std::abort();
+}
 
 }  // namespace
 
+Installation::Installation(const Platform& platform, std::optional<Request> request, std::optional<Online> online,
+                           std::optional<Desktop> desktop) {
+    installed.emplace(Parts{platform, request, online, desktop});
+}
+
+Installation::~Installation() {
+    installed.reset();
+}
+
 const Platform& current() {
-    return *installed;
+    return part(&Parts::platform, "platform::current()");
+}
+
+const Request& request() {
+    return part(&Parts::request, "platform::request()");
 }
 
 const Online& online() {
-    return *installedOnline;
+    return part(&Parts::online, "platform::online()");
 }
 
-void install(const Platform* platform, const Online* online) {
-    installed = platform;
-    installedOnline = online;
+const Desktop& desktop() {
+    return part(&Parts::desktop, "platform::desktop()");
 }
 
 }  // namespace tobrel::platform

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include "platform/bundle.h"
 
 namespace tobrel {
@@ -18,33 +20,52 @@ class UserDatabase;
 
 namespace platform {
 
-// The world as every command needs it.
+// What every program needs: the user's folders.
 struct Platform {
     UserDatabase& users;
     Files& files;
-    OSLogSink& log;
+    // Null: log lines go nowhere.
+    OSLogSink* log = nullptr;
+};
+
+// What a request of the file actions needs besides.
+struct Request {
     MainQueue& mainQueue;
     NSFileProviderManagers& fileProvider;
 };
 
-// What only the commands that talk to the server and to the user need besides.
+// What only those need that talk to the server.
 struct Online {
     URLSession& urlSession;
     Keychain& keychain;
     TextServices& text;
-    NSPasteboard& pasteboard;
-    NSWorkspace& workspace;
-    NSSound& sound;
     // The program's own, as Bundle.main gives it.
     const InfoDictionary& infoDictionary;
 };
 
-// What has been installed. Installed once, before any use, by the host's compose or by a test's fixture, and alive
-// until the last callback has run. Any thread.
-const Platform& current();
-const Online& online();
+// What only the sheets of the server's commands need.
+struct Desktop {
+    NSPasteboard& pasteboard;
+    NSWorkspace& workspace;
+    NSSound& sound;
+};
 
-void install(const Platform* platform, const Online* online);
+// Installs the given parts for its life; one at a time. Made before any use, by a program's compose or by a test's
+// fixture, and destroyed after the last callback has run.
+class Installation {
+public:
+    explicit Installation(const Platform& platform, std::optional<Request> request = {},
+                          std::optional<Online> online = {}, std::optional<Desktop> desktop = {});
+    ~Installation();
+    Installation(const Installation&) = delete;
+    Installation& operator=(const Installation&) = delete;
+};
+
+// What has been installed; the process ends where the asked part has not been. Any thread.
+const Platform& current();
+const Request& request();
+const Online& online();
+const Desktop& desktop();
 
 }  // namespace platform
 }  // namespace tobrel

@@ -26,18 +26,18 @@ std::string describe(const std::optional<NSError>& error) {
 std::shared_ptr<NSFileProviderManager> managerOf(const std::optional<std::string>& domainIdentifier,
                                                  const std::vector<NSFileProviderDomain>& domains) {
     for (const auto& domain : domains)
-        if (domain.identifier == domainIdentifier) return platform::current().fileProvider.managerForDomain(domain);
+        if (domain.identifier == domainIdentifier) return platform::request().fileProvider.managerForDomain(domain);
     return nullptr;
 }
 
 void confirmIdentifier(const std::shared_ptr<Resolution>& resolution, DispatchGroup group, const NSURL& url) {
-    auto& fileProvider = platform::current().fileProvider;
+    auto& fileProvider = platform::request().fileProvider;
     bool granted = fileProvider.startAccessingSecurityScopedResource(url);
     fileProvider.getIdentifierForUserVisibleFileAtURL(
         url, [resolution, group, url, granted](const std::optional<NSFileProviderItemIdentifier>& item,
                                                const std::optional<std::string>&,
                                                const std::optional<NSError>& error) mutable {
-            if (granted) platform::current().fileProvider.stopAccessingSecurityScopedResource(url);
+            if (granted) platform::request().fileProvider.stopAccessingSecurityScopedResource(url);
             if (item) {
                 std::lock_guard guard(resolution->lock);
                 resolution->resolved.push_back(*item);
@@ -67,7 +67,7 @@ void resolveItems(std::shared_ptr<NSFileProviderManager> manager,
                 group.leave();
             });
     }
-    group.notify(platform::current().mainQueue, [resolution, completion = std::move(completion)] {
+    group.notify(platform::request().mainQueue, [resolution, completion = std::move(completion)] {
         completion(std::move(resolution->resolved), resolution->manager);
     });
 }
@@ -75,7 +75,7 @@ void resolveItems(std::shared_ptr<NSFileProviderManager> manager,
 }  // namespace
 
 void TobrelActionViewController::resolve(const ItemIdentifiers& selection, Resolved completion) {
-    platform::current().fileProvider.getDomainsWithCompletionHandler(
+    platform::request().fileProvider.getDomainsWithCompletionHandler(
         [domainIdentifier = extensionContext().domainIdentifier(), selection, completion = std::move(completion)](
             const std::vector<NSFileProviderDomain>& domains, const std::optional<NSError>&) mutable {
             if (auto manager = managerOf(domainIdentifier, domains)) {

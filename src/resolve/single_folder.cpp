@@ -20,7 +20,7 @@ void TobrelActionViewController::singleFolder(const ItemIdentifiers& resolved, F
         if (!item.isFolder) return self->show("Only folders can be shared with other Tobrel users.");
         std::string name(lastPathComponent(item.path.value_or("")));
         if (name.empty()) name = "this folder";
-        platform::current().mainQueue.async([continuation, id, name] { continuation(id, name); });
+        platform::request().mainQueue.async([continuation, id, name] { continuation(id, name); });
     });
 }
 

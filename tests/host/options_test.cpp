@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "host/program.h"
+
 namespace tobrel::host {
 
 namespace {
@@ -66,6 +68,25 @@ TEST(Options, SayInOneSentenceWhatIsWrong) {
         EXPECT_NE(sentence.find(c.says), std::string::npos) << sentence;
         EXPECT_EQ(sentence.find('\n'), std::string::npos);
     }
+}
+
+TEST(Options, ChooseTheProgram) {
+    struct {
+        Words words;
+        Program program;
+    } const cases[] = {
+        {{"keep", "--front-end", "gtk"}, Program::itself},
+        {{"unkeep", "--front-end", "json"}, Program::itself},
+        {{"action", "com.qelmo.tobrel.keepDownloaded", "--front-end", "gtk"}, Program::itself},
+        {{"action", "else"}, Program::itself},
+        {{"share"}, Program::online},
+        {{"share-with", "--front-end", "terminal"}, Program::online},
+        {{"manage", "--front-end", "json"}, Program::online},
+        {{"action", "com.qelmo.tobrel.viewOnline"}, Program::online},
+        {{"online", "--front-end", "gtk"}, Program::gtk},
+        {{"action", "else", "--front-end", "gtk"}, Program::gtk},
+    };
+    for (const auto& c : cases) EXPECT_EQ(programFor(parsed(c.words)), c.program) << ::testing::PrintToString(c.words);
 }
 
 TEST(ItemsFrom, SkipsBlankLinesAndTrimsNothing) {

@@ -366,14 +366,6 @@ bool FakeWorkspace::openURL(const std::string& url) {
     return hasBrowser;
 }
 
-FakePlatform::FakePlatform() {
-    platform::install(&platform_, &online_);
-}
-
-FakePlatform::~FakePlatform() {
-    platform::install(nullptr, nullptr);
-}
-
 void FakePlatform::configure(const std::string& server, const std::string& apiKey) {
     files.put(*users.home + "/.tobrel/config.json", R"({"server":")" + server + R"(","api_key":")" + apiKey + "\"}");
 }

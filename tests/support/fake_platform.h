@@ -202,11 +202,6 @@ public:
 // Installed as the platform for its life.
 class FakePlatform {
 public:
-    FakePlatform();
-    ~FakePlatform();
-    FakePlatform(const FakePlatform&) = delete;
-    FakePlatform& operator=(const FakePlatform&) = delete;
-
     // Writes config.json.
     void configure(const std::string& server = "https://tobrel.example", const std::string& apiKey = "secret");
 
@@ -224,8 +219,10 @@ public:
     InfoDictionary infoDictionary;
 
 private:
-    const platform::Platform platform_{users, files, log, mainQueue, fileProvider};
-    const platform::Online online_{urlSession, keychain, text, pasteboard, workspace, sound, infoDictionary};
+    const platform::Installation installation_{{users, files, &log},
+                                               {{mainQueue, fileProvider}},
+                                               {{urlSession, keychain, text, infoDictionary}},
+                                               {{pasteboard, workspace, sound}}};
 };
 
 }  // namespace tobrel::testing

@@ -33,7 +33,6 @@ void JsonFrontEnd::attach(Sheet& sheet, MainLoop& loop) {
 void JsonFrontEnd::appear() {
     takesInstructions_ = true;
     if (input_ == noInput) lines_.end();
-    goOn();
 }
 
 void JsonFrontEnd::mainQueueRanDry(bool changed) {
@@ -97,7 +96,6 @@ void JsonFrontEnd::readInput() {
         lines_.add({buffer, static_cast<std::size_t>(count)});
     else
         lines_.end();
-    goOn();
 }
 
 // Only while no line is at hand, so that no more is read ahead than one piece.
@@ -115,8 +113,8 @@ void JsonFrontEnd::takeInstruction() {
     if (!takesInstructions_) return;
     if (waiting_) {
         if (!sheet_user::sees(sheet_->rootView(), *waiting_)) return;
-        if (waiting_->limit) loop_->setTimer({}, nullptr);
         waiting_.reset();
+        patience_.reset();
     }
     if (auto line = lines_.next()) {
         loop_->async([this, line = std::move(*line)] { carryOut(line); });
@@ -151,22 +149,17 @@ std::optional<Refusal> JsonFrontEnd::carryOut(const Instruction& instruction) {
 
 void JsonFrontEnd::wait(const instruction::Wait& wait) {
     waiting_ = wait;
-    if (wait.limit) loop_->setTimer(*wait.limit, [this] { giveUpWaiting(); });
+    if (wait.limit) patience_ = loop_->startTimer(*wait.limit, [this] { giveUpWaiting(); });
 }
 
 void JsonFrontEnd::giveUpWaiting() {
     if (ended_ || !waiting_) return;
     refuse("The " + whatIsAwaited(*waiting_) + " has not come in time.");
     waiting_.reset();
-    goOn();
 }
 
 void JsonFrontEnd::refuse(const std::string& message) {
     writeEvent({{"event", "refused"}, {"message", message}});
-}
-
-void JsonFrontEnd::goOn() {
-    loop_->async([] {});
 }
 
 }  // namespace tobrel

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <boost/json/fwd.hpp>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -9,6 +10,7 @@
 #include "frontends/json/line_writer.h"
 #include "platform/front_end.h"
 #include "platform/log.h"
+#include "platform/main_loop.h"
 
 namespace tobrel {
 
@@ -56,8 +58,6 @@ private:
     void wait(const instruction::Wait& wait);
     void giveUpWaiting();
     void refuse(const std::string& message);
-    // The main queue runs dry once more, so that the next instruction is taken.
-    void goOn();
 
     LineWriter output_;
     Log log_;
@@ -68,6 +68,7 @@ private:
     const int input_;
     LineBuffer lines_;
     std::optional<instruction::Wait> waiting_;
+    std::unique_ptr<Timer> patience_;
     bool takesInstructions_ = false;
     bool watching_ = false;
     bool ended_ = false;

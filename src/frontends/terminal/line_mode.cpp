@@ -41,8 +41,6 @@ LineMode::~LineMode() {
 void LineMode::appear() {
     appeared_ = true;
     inputEnded_ = terminal_.input < 0;
-    // The first sheet shows from the next time the main queue has run dry.
-    terminal_.loop.async([] {});
 }
 
 void LineMode::mainQueueRanDry(bool changed) {

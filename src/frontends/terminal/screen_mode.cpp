@@ -36,7 +36,6 @@ bool isInFooter(const Rows& rows, const NSView* view) {
 
 ScreenMode::~ScreenMode() {
     if (!raw_) return;
-    terminal_.loop.setTimer({}, nullptr);
     terminal_.loop.unwatchInput(terminal_.input);
     terminal_.loop.unwatchInput(raw_->eventDescriptor());
 }
@@ -45,8 +44,6 @@ void ScreenMode::appear() {
     raw_ = std::make_unique<RawTerminal>(terminal_.input, terminal_.output);
     terminal_.loop.watchInput(terminal_.input, [this] { readKeys(); });
     terminal_.loop.watchInput(raw_->eventDescriptor(), [this] { takeEvents(); });
-    // The first sheet shows from the next time the main queue has run dry.
-    terminal_.loop.async([] {});
 }
 
 void ScreenMode::mainQueueRanDry(bool changed) {
@@ -70,8 +67,9 @@ void ScreenMode::readKeys() {
 }
 
 void ScreenMode::expectMoreKeys() {
-    if (!reader_.isUnfinished()) return terminal_.loop.setTimer({}, nullptr);
-    terminal_.loop.setTimer(sequenceTime, [this] {
+    restOfSequence_.reset();
+    if (!reader_.isUnfinished()) return;
+    restOfSequence_ = terminal_.loop.startTimer(sequenceTime, [this] {
         for (auto& press : reader_.finish()) keys_.push_back(std::move(press));
     });
 }

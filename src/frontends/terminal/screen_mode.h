@@ -9,6 +9,7 @@
 #include "frontends/terminal/keys.h"
 #include "frontends/terminal/mode.h"
 #include "frontends/terminal/raw_terminal.h"
+#include "platform/main_loop.h"
 
 namespace tobrel::terminal {
 
@@ -50,6 +51,7 @@ private:
     const Terminal& terminal_;
     std::unique_ptr<RawTerminal> raw_;
     KeyReader reader_;
+    std::unique_ptr<Timer> restOfSequence_;
     std::deque<KeyPress> keys_;
     bool dirty_ = true;
 

@@ -15,6 +15,16 @@ namespace tobrel {
 
 namespace {
 
+class PollTimer : public Timer {
+public:
+    explicit PollTimer(std::function<void()> handler)
+        : handler_(std::make_shared<const std::function<void()>>(std::move(handler))) {}
+    const std::shared_ptr<const std::function<void()>>& handler() const { return handler_; }
+
+private:
+    const std::shared_ptr<const std::function<void()>> handler_;
+};
+
 constexpr std::chrono::milliseconds longestDelay = std::chrono::hours(24 * 365);
 
 int openEventDescriptor() {
@@ -50,11 +60,10 @@ void PollMainLoop::unwatchInput(int descriptor) {
     inputs_.erase(descriptor);
 }
 
-void PollMainLoop::setTimer(std::chrono::milliseconds delay, std::function<void()> handler) {
-    if (handler)
-        timer_ = {Clock::now() + std::min(delay, longestDelay), std::move(handler)};
-    else
-        timer_.reset();
+std::unique_ptr<Timer> PollMainLoop::startTimer(std::chrono::milliseconds delay, std::function<void()> handler) {
+    auto timer = std::make_unique<PollTimer>(std::move(handler));
+    timers_.emplace(Clock::now() + std::min(delay, longestDelay), timer->handler());
+    return timer;
 }
 
 void PollMainLoop::setDryHandler(std::function<void()> handler) {
@@ -117,20 +126,25 @@ bool PollMainLoop::waitAndHandle() {
         (*handlers[i])();
         worked = true;
     }
-    return (!stopped_ && runDueTimer()) || worked;
+    return runDueTimers() || worked;
 }
 
-bool PollMainLoop::runDueTimer() {
-    if (!timer_ || timer_->due > Clock::now()) return false;
-    auto handler = std::move(timer_->handler);
-    timer_.reset();
-    handler();
-    return true;
+bool PollMainLoop::runDueTimers() {
+    bool worked = false;
+    // What a handler starts waits for the next round.
+    for (const auto now = Clock::now(); !stopped_ && !timers_.empty() && timers_.begin()->first <= now;) {
+        Handler handler = timers_.extract(timers_.begin()).mapped().lock();
+        if (!handler) continue;
+        (*handler)();
+        worked = true;
+    }
+    return worked;
 }
 
-int PollMainLoop::millisecondsToWait() const {
-    if (!timer_) return -1;
-    auto left = std::chrono::ceil<std::chrono::milliseconds>(timer_->due - Clock::now()).count();
+int PollMainLoop::millisecondsToWait() {
+    std::erase_if(timers_, [](auto& timer) { return timer.second.expired(); });
+    if (timers_.empty()) return -1;
+    auto left = std::chrono::ceil<std::chrono::milliseconds>(timers_.begin()->first - Clock::now()).count();
     return static_cast<int>(std::clamp<std::int64_t>(left, 0, std::numeric_limits<int>::max()));
 }
 

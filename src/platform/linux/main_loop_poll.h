@@ -3,14 +3,13 @@
 #include <deque>
 #include <map>
 #include <mutex>
-#include <optional>
 
 #include "platform/main_loop.h"
 
 namespace tobrel {
 
 // One poll() over the watched descriptors and an eventfd; no thread of its own. Descriptors of every kind can be
-// watched; one that has ended or is closed keeps calling its handler until it is unwatched. Each stop() ends one run().
+// watched; one that has ended or is closed keeps calling its handler until it is unwatched.
 // Blocks that are queued until destruction and have not run by then are dropped.
 class PollMainLoop : public MainLoop {
 public:
@@ -23,7 +22,7 @@ public:
     void async(std::function<void()> block) override;
     void watchInput(int descriptor, std::function<void()> readable) override;
     void unwatchInput(int descriptor) override;
-    void setTimer(std::chrono::milliseconds delay, std::function<void()> handler) override;
+    std::unique_ptr<Timer> startTimer(std::chrono::milliseconds delay, std::function<void()> handler) override;
     void setDryHandler(std::function<void()> handler) override;
     void run() override;
     void stop() override { stopped_ = true; }
@@ -32,20 +31,17 @@ private:
     using Clock = std::chrono::steady_clock;
     // Shared, because a handler may unwatch or replace itself while it runs.
     using Handler = std::shared_ptr<const std::function<void()>>;
-    struct Timer {
-        Clock::time_point due;
-        std::function<void()> handler;
-    };
 
     std::function<void()> nextBlock();
     bool runBlocks();
     bool waitAndHandle();
-    bool runDueTimer();
-    int millisecondsToWait() const;
+    bool runDueTimers();
+    int millisecondsToWait();
 
     const int wakeDescriptor_;
     std::map<int, Handler> inputs_;
-    std::optional<Timer> timer_;
+    // A handler belongs to its Timer, and has expired with it.
+    std::multimap<Clock::time_point, std::weak_ptr<const std::function<void()>>> timers_;
     Handler dryHandler_;
     bool stopped_ = false;
 

@@ -108,6 +108,7 @@ protected:
 
     FileDescriptor reading_, writing_;
     PollMainLoop loop_;
+    std::unique_ptr<Timer> timer_;
     NSView root_;
     std::shared_ptr<ActionTarget> target_ = std::shared_ptr<ActionTarget>(this, [](auto) {});
     std::shared_ptr<NSButton> create_ = NSButton::buttonWithTitle("Create Link", target_, "submitLink:");
@@ -129,7 +130,7 @@ TEST_F(JsonFrontEndTest, CarriesOutOneInstructionAfterTheOtherAndTellsWhatHappen
     onAction_["submitLink:"] = [&] {
         root_.removeAllSubviews();
         add({label_});
-        loop_.setTimer(std::chrono::milliseconds(1), [&] {
+        timer_ = loop_.startTimer(std::chrono::milliseconds(1), [&] {
             frontEnd_->setString("https://example/1", NSPasteboardTypeString);
             label_->setStringValue("Link copied to the clipboard:\nhttps://example/1");
         });
@@ -276,7 +277,7 @@ TEST_F(JsonFrontEndTest, NeitherOutputThatFailsNorInputThatIsNoneStopsARequest) 
 
 TEST_F(JsonFrontEndTest, WithoutAnInputItWaitsForTheResultBeforeItCloses) {
     working_ = true;
-    loop_.setTimer(std::chrono::milliseconds(20), [this] {
+    timer_ = loop_.startTimer(std::chrono::milliseconds(20), [this] {
         label_->setStringValue("Wait a moment…");
         working_ = false;
     });
@@ -288,7 +289,7 @@ TEST_F(JsonFrontEndTest, ReadsNoFurtherAheadThanItNeedsToWhileItWaits) {
     std::string script = "{\"do\":\"wait\",\"text\":\"never\"}\n";
     while (script.size() < 1024 * 1024) script += "{\"do\":\"click\",\"title\":\"Create Link\"}\n";
     FileDescriptor input = fileWith(script);
-    loop_.setTimer(std::chrono::milliseconds(20), [this] { end({}); });
+    timer_ = loop_.startTimer(std::chrono::milliseconds(20), [this] { end({}); });
     runLoop(writing_, input);
     EXPECT_LT(lseek(input.number(), 0, SEEK_CUR), 200 * 1024);
     EXPECT_TRUE(actions_.empty());

@@ -1,9 +1,9 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 
-#include "support/sheet_host.h"
 #include "frontends/terminal/terminal_front_end.h"
 #include "platform/linux/file_descriptor.h"
+#include "support/sheet_host.h"
 #include "support/temporary_folder.h"
 
 namespace tobrel {
@@ -21,7 +21,7 @@ protected:
     // What comes from elsewhere once the main queue has run dry and the input has been looked at.
     void answerWith(std::function<void()> answer) {
         host->working = true;
-        host->loop.setTimer(std::chrono::milliseconds(20), [this, answer = std::move(answer)] {
+        answer_ = host->loop.startTimer(std::chrono::milliseconds(20), [this, answer = std::move(answer)] {
             answer();
             host->working = false;
         });
@@ -29,6 +29,7 @@ protected:
 
 private:
     testing::NoBrowser browser_;
+    std::unique_ptr<Timer> answer_;
     testing::TemporaryFolder folder_;
     FileDescriptor input_{open(folder_.file("input").c_str(), O_RDONLY | O_CREAT, 0600)};
     FileDescriptor output_{open(folder_.file("output").c_str(), O_WRONLY | O_CREAT, 0600)};

@@ -3,9 +3,9 @@
 #include <stdexcept>
 #include <thread>
 
-#include "support/sheet_host.h"
 #include "frontends/terminal/terminal_front_end.h"
 #include "support/pty_child.h"
+#include "support/sheet_host.h"
 
 namespace tobrel {
 

@@ -1,0 +1,16 @@
+#include "host/compose_online.h"
+
+#include "platform/linux_online/browser_gio.h"
+#include "platform/linux_online/online_parts.h"
+
+namespace tobrel::host {
+
+std::unique_ptr<OnlineParts> makeOnlineParts(const Options& options, UserDatabase& users) {
+    return std::make_unique<LinuxOnlineParts>(users, options.home.has_value());
+}
+
+std::unique_ptr<NSWorkspace> makeBrowser() {
+    return std::make_unique<GioBrowser>();
+}
+
+}  // namespace tobrel::host

@@ -1,0 +1,35 @@
+#include "host/compose_text.h"
+
+#include <unistd.h>
+
+#include "frontends/json/json_front_end.h"
+#include "frontends/terminal/terminal_front_end.h"
+#include "platform/linux/main_loop_poll.h"
+
+namespace tobrel::host {
+
+namespace {
+
+class NoBrowser : public NSWorkspace {
+public:
+    bool openURL(const std::string&) override { return false; }
+};
+
+}  // namespace
+
+std::unique_ptr<MainLoop> makePollLoop() {
+    return std::make_unique<PollMainLoop>();
+}
+
+std::unique_ptr<FrontEnd> makeTextFrontEnd(const Options& options, NSWorkspace& browser) {
+    bool inputIsTaken = options.itemsFrom == "-";
+    int input = inputIsTaken ? -1 : STDIN_FILENO;
+    if (options.frontEnd == FrontEndKind::json) return std::make_unique<JsonFrontEnd>(STDOUT_FILENO, input);
+    return std::make_unique<TerminalFrontEnd>(input, STDOUT_FILENO, TerminalEnvironment::ofProcess(), browser);
+}
+
+std::unique_ptr<NSWorkspace> makeNoBrowser() {
+    return std::make_unique<NoBrowser>();
+}
+
+}  // namespace tobrel::host

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+#include "host/options.h"
+
+namespace tobrel::host {
+
+enum ExitStatus { completed = 0, cancelled = 1, wrongUsage = 2, itemNotMapped = 3, frontEndCannotRun = 4 };
+
+// Makes the process fit for its work: signals, standard descriptors that are really open.
+void prepareProcess();
+
+// Reads the command line; where it asks for information or is wrong, says so and ends the process.
+Options readCommandLine(int count, char* const words[]);
+
+// Prints one line on standard error.
+void say(const std::string& sentence);
+
+}  // namespace tobrel::host

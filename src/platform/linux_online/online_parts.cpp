@@ -1,0 +1,16 @@
+#include "platform/linux_online/online_parts.h"
+
+#include "platform/linux_online/http/curl_session.h"
+
+namespace tobrel {
+
+LinuxOnlineParts::LinuxOnlineParts(UserDatabase& users, bool homeIsGiven, KeychainSecretService::Bounds bounds)
+    : keychain_(makeKeychain(users, homeIsGiven, bounds)), urlSession_(std::make_unique<CurlURLSession>()) {}
+
+LinuxOnlineParts::~LinuxOnlineParts() = default;
+
+void LinuxOnlineParts::endRequests() {
+    urlSession_.reset();
+}
+
+}  // namespace tobrel

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <memory>
+
+#include "platform/linux_online/keychain/keychain_linux.h"
+#include "platform/linux_online/text_icu.h"
+#include "platform/online_parts.h"
+
+namespace tobrel {
+
+// Both programs make theirs here.
+class LinuxOnlineParts : public OnlineParts {
+public:
+    // With a home folder given in place of the user's own, the keychain is a file below it.
+    LinuxOnlineParts(UserDatabase& users, bool homeIsGiven, KeychainSecretService::Bounds bounds = {});
+    ~LinuxOnlineParts() override;
+
+    URLSession& urlSession() override { return *urlSession_; }
+    LinuxKeychain& keychain() override { return *keychain_; }
+    TextServices& text() override { return text_; }
+    void endRequests() override;
+
+private:
+    const std::unique_ptr<LinuxKeychain> keychain_;
+    IcuTextServices text_;
+    std::unique_ptr<URLSession> urlSession_;
+};
+
+}  // namespace tobrel

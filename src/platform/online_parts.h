@@ -1,0 +1,20 @@
+#pragma once
+
+namespace tobrel {
+
+class Keychain;
+class TextServices;
+class URLSession;
+
+// The real parts that only the server's commands need, with what must be ended in order.
+class OnlineParts {
+public:
+    virtual ~OnlineParts() = default;
+    virtual URLSession& urlSession() = 0;
+    virtual Keychain& keychain() = 0;
+    virtual TextServices& text() = 0;
+    // Ends all work of urlSession(), which may not be asked for any more.
+    virtual void endRequests() = 0;
+};
+
+}  // namespace tobrel
