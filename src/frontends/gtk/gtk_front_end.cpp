@@ -1,0 +1,101 @@
+#include "frontends/gtk/gtk_front_end.h"
+
+#include <gtk/gtk.h>
+
+#include <utility>
+
+#include "frontends/gtk/clipboard.h"
+#include "frontends/gtk/sheet_window.h"
+#include "frontends/gtk/toolkit.h"
+#include "platform/main_loop.h"
+
+namespace tobrel {
+
+namespace {
+
+// A request that is done sooner, or asks something sooner, shows no progress.
+constexpr std::chrono::milliseconds patience{200};
+
+}  // namespace
+
+GtkFrontEnd::GtkFrontEnd(NSWorkspace& browser) : browser_(browser) {
+    gtk::prepareToolkit();
+}
+
+GtkFrontEnd::~GtkFrontEnd() = default;
+
+std::optional<std::string> GtkFrontEnd::obstacle() const {
+    if (gtk::hasDisplay()) return std::nullopt;
+    return "there is no display for a window here; use --front-end terminal";
+}
+
+void GtkFrontEnd::attach(Sheet& sheet, MainLoop& loop) {
+    sheet_ = &sheet;
+    loop_ = &loop;
+}
+
+void GtkFrontEnd::appear() {
+    patience_ = loop_->startTimer(patience, [this] { waitedEnough_ = true; });
+}
+
+void GtkFrontEnd::mainQueueRanDry(bool changed) {
+    changed_ |= changed;
+    // Between the steps of the toolkit's start the request's answers get their turn.
+    if (takeStep()) return loop_->async([] {});
+    if (!window_) return;
+    if (std::exchange(changed_, false) || window_->hasBeenPressed())
+        window_->update(clipboard_ ? clipboard_->note() : "");
+    if (!window_->isPresented() && (waitedEnough_ || !sheet_->isWorking())) {
+        window_->present();
+        patience_.reset();
+    }
+}
+
+// True while the toolkit was not yet there for the sheet.
+bool GtkFrontEnd::takeStep() {
+    if (window_ || cannotStart_) return false;
+    if (!gtk::isStarted()) {
+        // The display that answered takes no toolkit.
+        cannotStart_ = !gtk::startToolkit();
+        if (cannotStart_) sheet_->close();
+        return true;
+    }
+    window_ = std::make_unique<gtk::SheetWindow>(*sheet_, *loop_, [this] {
+        if (clipboard_) clipboard_->windowBecameActive();
+    });
+    return true;
+}
+
+void GtkFrontEnd::requestEnded(const std::optional<NSError>&, bool) {
+    patience_.reset();
+    window_.reset();
+    clipboard_.reset();
+}
+
+gtk::Clipboard& GtkFrontEnd::clipboard() {
+    if (!clipboard_)
+        clipboard_ = std::make_unique<gtk::Clipboard>(*loop_, [this] {
+            changed_ = true;
+            loop_->async([] {});
+        });
+    return *clipboard_;
+}
+
+void GtkFrontEnd::clearContents() {
+    if (gtk::startToolkit()) clipboard().clear();
+}
+
+void GtkFrontEnd::setString(const std::string& text, const std::string& type) {
+    if (type == NSPasteboardTypeString && gtk::startToolkit()) clipboard().set(text);
+}
+
+bool GtkFrontEnd::openURL(const std::string& url) {
+    gtk::restoreEnvironment();
+    return browser_.openURL(url);
+}
+
+void GtkFrontEnd::beep() {
+    if (gtk::startToolkit()) gdk_display_beep(gdk_display_get_default());
+}
+
+}  // namespace tobrel

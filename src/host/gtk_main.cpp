@@ -1,0 +1,23 @@
+#include <malloc.h>
+
+#include <clocale>
+
+#include "host/compose_gtk.h"
+#include "host/compose_online.h"
+#include "host/factories.h"
+#include "host/run.h"
+#include "host/window_program.h"
+
+using namespace tobrel::host;
+
+int main(int count, char* words[]) {
+    WindowProcess process;
+    prepareProcess();
+    std::setlocale(LC_ALL, "");
+    int status = run(readCommandLine(count, words), {makeGlibLoop, makeBrowser, makeGtkFrontEnd, makeOnlineParts});
+    if (!clipboardNeedsProcess()) return status;
+    process.leaveCaller(status);
+    malloc_trim(0);
+    holdClipboard();
+    return status;
+}
