@@ -53,3 +53,12 @@ add_executable(tobrel-action-online ${CMAKE_SOURCE_DIR}/src/host/online_main.cpp
   ${CMAKE_SOURCE_DIR}/src/host/compose_online.cpp)
 target_link_libraries(tobrel-action-online PRIVATE tobrel_host tobrel_linux_online)
 set_target_properties(tobrel-action-online PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/libexec/tobrel)
+
+# The same with windows, for which it lives on a loop of its own.
+if(TOBREL_DESKTOP)
+  tobrel_layer(tobrel_gtk_front_end frontends/gtk tobrel_sheet PkgConfig::GTK)
+  add_executable(tobrel-action-gtk ${CMAKE_SOURCE_DIR}/src/host/gtk_main.cpp
+    ${CMAKE_SOURCE_DIR}/src/host/compose_gtk.cpp ${CMAKE_SOURCE_DIR}/src/host/compose_online.cpp)
+  target_link_libraries(tobrel-action-gtk PRIVATE tobrel_host tobrel_linux_online tobrel_gtk_front_end)
+  set_target_properties(tobrel-action-gtk PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/libexec/tobrel)
+endif()

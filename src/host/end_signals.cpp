@@ -7,8 +7,6 @@
 
 namespace tobrel::host {
 
-namespace {
-
 sigset_t endSignals() {
     sigset_t signals;
     sigemptyset(&signals);
@@ -17,8 +15,6 @@ sigset_t endSignals() {
     sigaddset(&signals, SIGHUP);
     return signals;
 }
-
-}  // namespace
 
 void blockEndSignals() {
     sigset_t signals = endSignals();

@@ -9,7 +9,9 @@ class MainLoop;
 
 namespace tobrel::host {
 
-// The signals that ask the program to end, blocked for this thread and those that it starts. Before the first thread.
+// The signals that ask the program to end.
+sigset_t endSignals();
+// Blocks them for this thread and those that it starts. Before the first thread.
 void blockEndSignals();
 // From now on each ends the process again.
 void unblockEndSignals();
