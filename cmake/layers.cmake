@@ -41,7 +41,7 @@ endif()
 # tobrel-action, in two programs: one for what needs no server, which starts fast because it loads nothing but the C
 # library, and one with the online parts, which takes over where the command asks the server.
 file(GLOB host CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/host/*.cpp)
-list(FILTER host EXCLUDE REGEX "main\\.cpp$|/compose_online\\.cpp$")
+list(FILTER host EXCLUDE REGEX "main\\.cpp$|/compose_(online|gtk)\\.cpp$")
 add_library(tobrel_host STATIC ${host})
 target_link_libraries(tobrel_host PUBLIC tobrel_core tobrel_linux tobrel_json_front_end tobrel_terminal_front_end)
 add_executable(tobrel-action ${CMAKE_SOURCE_DIR}/src/host/main.cpp)
@@ -54,8 +54,8 @@ add_executable(tobrel-action-online ${CMAKE_SOURCE_DIR}/src/host/online_main.cpp
 target_link_libraries(tobrel-action-online PRIVATE tobrel_host tobrel_linux_online)
 set_target_properties(tobrel-action-online PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/libexec/tobrel)
 
-# The same with windows, for which it lives on a loop of its own.
-if(TOBREL_DESKTOP)
+# The same with windows, where GTK is.
+if(GTK_FOUND)
   tobrel_layer(tobrel_gtk_front_end frontends/gtk tobrel_sheet PkgConfig::GTK)
   add_executable(tobrel-action-gtk ${CMAKE_SOURCE_DIR}/src/host/gtk_main.cpp
     ${CMAKE_SOURCE_DIR}/src/host/compose_gtk.cpp ${CMAKE_SOURCE_DIR}/src/host/compose_online.cpp)

@@ -27,8 +27,8 @@ void connect(gpointer object, const char* signal, std::function<Result(Arguments
         return (*static_cast<Handler*>(data))(arguments...);
     };
     auto end = +[](gpointer data, GClosure*) { std::unique_ptr<Handler>(static_cast<Handler*>(data)).reset(); };
-    g_signal_connect_data(object, signal, G_CALLBACK(run), std::make_unique<Handler>(std::move(handler)).release(),
-                          end, static_cast<GConnectFlags>(0));
+    g_signal_connect_data(object, signal, G_CALLBACK(run), std::make_unique<Handler>(std::move(handler)).release(), end,
+                          static_cast<GConnectFlags>(0));
 }
 
 // For a signal that tells nothing more than that it has happened, or that a property has another value.

@@ -24,8 +24,8 @@ public:
     }
     void visit(NSStackView& stack) override {
         bool isRow = stack.orientation() == NSUserInterfaceLayoutOrientation::horizontal;
-        GtkWidget* inner = gtk_box_new(isRow ? GTK_ORIENTATION_HORIZONTAL : GTK_ORIENTATION_VERTICAL,
-                                       pixels(box_, stack.spacing()));
+        GtkWidget* inner =
+            gtk_box_new(isRow ? GTK_ORIENTATION_HORIZONTAL : GTK_ORIENTATION_VERTICAL, pixels(box_, stack.spacing()));
         gtk_box_append(GTK_BOX(box_), inner);
         Builder builder(inner, user_, widgets_);
         builder.isRow_ = isRow;
@@ -99,6 +99,7 @@ void SheetWidgets::build(NSView& root, const sheet::Rows& rows) {
             gtk_widget_set_size_request(widgetOf(&piece.view()), pixels(footer_.get(), leastButtonWidth), -1);
         }
         gtk_box_set_homogeneous(GTK_BOX(footer_.get()), true);
+        gtk_widget_set_hexpand(footer_.get(), true);
         gtk_widget_set_halign(footer_.get(), GTK_ALIGN_END);
     }
     for (auto& row : rows)

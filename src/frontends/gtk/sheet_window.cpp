@@ -17,8 +17,7 @@ constexpr CGFloat leastBodyHeight = 56;
 constexpr double mostOfScreen = 0.8;
 
 // The theme names no colour for the text of an address; this one is told apart and read on light and dark.
-constexpr const char* styles =
-    "label.address { color: mix(@theme_selected_bg_color, @theme_fg_color, 0.25); }";
+constexpr const char* styles = "label.address { color: mix(@theme_selected_bg_color, @theme_fg_color, 0.25); }";
 
 void addStyles() {
     static const bool added = [] {
@@ -96,8 +95,6 @@ SheetWindow::SheetWindow(Sheet& sheet, MainLoop& loop, std::function<void()> bec
     for (auto set : {gtk_widget_set_margin_start, gtk_widget_set_margin_end, gtk_widget_set_margin_top,
                      gtk_widget_set_margin_bottom})
         set(all, outerDistance);
-    gtk_widget_set_hexpand(spinner_, true);
-    gtk_widget_set_halign(spinner_, GTK_ALIGN_START);
     gtk_accessible_update_property(GTK_ACCESSIBLE(spinner_), GTK_ACCESSIBLE_PROPERTY_LABEL, "Working", -1);
     gtk_box_append(GTK_BOX(footerRow_), spinner_);
     gtk_box_append(GTK_BOX(body_), note_);

@@ -13,7 +13,8 @@ using GMainContext = struct _GMainContext;
 namespace tobrel {
 
 // The main queue on GLib's default main context, for a toolkit that lives on it. What the toolkit does for itself says
-// nothing dry: its handlers queue blocks. Blocks that are queued until destruction and have not run by then are dropped.
+// nothing dry: its handlers queue blocks. Blocks that are queued until destruction and have not run by then are
+// dropped.
 class GlibMainLoop : public MainLoop {
 public:
     GlibMainLoop();
