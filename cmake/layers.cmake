@@ -20,7 +20,9 @@ add_library(tobrel_core STATIC ${core})
 target_link_libraries(tobrel_core PUBLIC tobrel_platform)
 
 # The real parts: those that every command needs, and those that only the server's commands need.
-tobrel_layer(tobrel_linux platform/linux tobrel_platform ${SQLITE} m ${CMAKE_DL_LIBS})
+# SQLite becomes part of the programs, so that they start fast; Debian's static one cannot become part of a module.
+tobrel_layer(tobrel_linux platform/linux tobrel_platform
+  $<IF:$<BOOL:$<TARGET_PROPERTY:TOBREL_SHARED_SQLITE>>,sqlite3,${SQLITE}> m ${CMAKE_DL_LIBS})
 tobrel_layer(tobrel_linux_online platform/linux_online tobrel_linux PkgConfig::CURL PkgConfig::SECRET PkgConfig::GCRYPT
   PkgConfig::GIO PkgConfig::ICU)
 

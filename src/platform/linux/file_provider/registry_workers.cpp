@@ -115,6 +115,7 @@ void RegistryWorkers::work() {
         wakeUp_.wait(lock, [&] { return stopped_ || !queue_.empty(); });
         --idle_;
     }
+    thisThread = {};
 }
 
 void RegistryWorkers::runJobs(std::unique_lock<std::mutex>& lock, RegistryAccess& access) {
