@@ -4,15 +4,18 @@
 #include <curl/urlapi.h>
 
 #include <algorithm>
-#include <memory>
+#include <optional>
 
 namespace tobrel {
 namespace {
 
-struct Cleanup {
-    void operator()(CURLU* handle) const { curl_url_cleanup(handle); }
-};
-using Handle = std::unique_ptr<CURLU, Cleanup>;
+CURLU* reading(const HTTPAddress& address) {
+    return static_cast<CURLU*>(address.parts.get());
+}
+
+bool isControl(unsigned char byte) {
+    return byte < 0x20 || byte == 0x7f;
+}
 
 char lower(char character) {
     return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
@@ -57,38 +60,49 @@ bool HTTPAddress::hasOriginOf(const HTTPAddress& other) const {
     return scheme == other.scheme && host == other.host && port == other.port;
 }
 
+bool HTTPAddress::changeQuery(std::string_view other) {
+    std::size_t begin = url.find('?') + 1;
+    if (begin == 0 || begin == other.size() || !other.starts_with(std::string_view(url).substr(0, begin))) return false;
+    std::string query(other.substr(begin));
+    // The library would change the case of an escape.
+    if (std::any_of(query.begin(), query.end(),
+                    [](unsigned char byte) { return byte <= 0x20 || byte >= 0x7f || byte == '%' || byte == '#'; }))
+        return false;
+    if (curl_url_set(reading(*this), CURLUPART_QUERY, query.c_str(), 0) != CURLUE_OK) return false;
+    url.assign(other);
+    return true;
+}
+
 ParsedHTTPAddress parseHTTPAddress(std::string_view url) {
-    if (std::any_of(url.begin(), url.end(), [](unsigned char byte) { return byte <= 0x20 || byte == 0x7f; }))
+    if (std::any_of(url.begin(), url.end(), [](unsigned char byte) { return byte == ' ' || isControl(byte); }))
         return HTTPFailure::badAddress;
     auto scheme = schemeOf(url);
     if (scheme != "http" && scheme != "https") return HTTPFailure::unsupportedScheme;
     if (!namesHost(url, *scheme)) return HTTPFailure::badAddress;
-    Handle handle(curl_url());
-    std::string text(url);
-    if (curl_url_set(handle.get(), CURLUPART_URL, text.c_str(), CURLU_PATH_AS_IS) != CURLUE_OK)
+    HTTPAddress address{.url = std::string(url), .scheme = *scheme, .parts = {curl_url(), curl_url_cleanup}};
+    CURLU* handle = reading(address);
+    if (curl_url_set(handle, CURLUPART_URL, address.url.c_str(), CURLU_PATH_AS_IS) != CURLUE_OK)
         return HTTPFailure::badAddress;
-    std::string host = lowered(part(handle.get(), CURLUPART_HOST));
-    std::string port = part(handle.get(), CURLUPART_PORT);
-    return HTTPAddress{.url = std::move(text),
-                       .scheme = *scheme,
-                       .host = host,
-                       .port = part(handle.get(), CURLUPART_PORT, CURLU_DEFAULT_PORT),
-                       .name = port.empty() ? host : host + ":" + port};
+    address.host = lowered(part(handle, CURLUPART_HOST));
+    address.port = part(handle, CURLUPART_PORT, CURLU_DEFAULT_PORT);
+    std::string port = part(handle, CURLUPART_PORT);
+    address.name = port.empty() ? address.host : address.host + ":" + port;
+    return address;
 }
 
 ParsedHTTPAddress resolveHTTPAddress(const HTTPAddress& base, std::string_view location) {
-    if (location.find('\0') != location.npos) return HTTPFailure::badAddress;
+    // Newer versions of the library would send a line break escaped.
+    if (std::any_of(location.begin(), location.end(), isControl)) return HTTPFailure::badAddress;
     if (auto scheme = schemeOf(location)) {
         if (scheme != "http" && scheme != "https") return HTTPFailure::unsupportedScheme;
         if (!namesHost(location, *scheme)) return HTTPFailure::badAddress;
     }
-    Handle handle(curl_url());
-    constexpr unsigned kLenient = CURLU_URLENCODE | CURLU_ALLOW_SPACE;
-    if (curl_url_set(handle.get(), CURLUPART_URL, base.url.c_str(), CURLU_PATH_AS_IS) != CURLUE_OK ||
-        curl_url_set(handle.get(), CURLUPART_URL, std::string(location).c_str(), kLenient) != CURLUE_OK)
+    std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> target(curl_url_dup(reading(base)), curl_url_cleanup);
+    constexpr unsigned lenient = CURLU_URLENCODE | CURLU_ALLOW_SPACE;
+    if (curl_url_set(target.get(), CURLUPART_URL, std::string(location).c_str(), lenient) != CURLUE_OK)
         return HTTPFailure::badAddress;
     // Read again as the connection will read it, so that both mean the same host.
-    return parseHTTPAddress(part(handle.get(), CURLUPART_URL));
+    return parseHTTPAddress(part(target.get(), CURLUPART_URL));
 }
 
 }  // namespace tobrel

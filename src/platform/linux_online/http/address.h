@@ -1,6 +1,6 @@
 #pragma once
 
-#include <optional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -17,10 +17,14 @@ struct HTTPAddress {
     std::string scheme;
     std::string host;
     std::string port;
-
-    bool hasOriginOf(const HTTPAddress& other) const;
     // Host and, where it was written, port. Without user name and password.
     std::string name;
+    // The library's own reading, a CURLU.
+    std::shared_ptr<void> parts;
+
+    bool hasOriginOf(const HTTPAddress& other) const;
+    // Becomes the other address, where that differs in a plain query alone; else false, and nothing has changed.
+    bool changeQuery(std::string_view other);
 };
 
 using ParsedHTTPAddress = std::variant<HTTPAddress, HTTPFailure>;

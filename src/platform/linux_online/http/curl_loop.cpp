@@ -15,7 +15,7 @@
 namespace tobrel {
 namespace {
 
-constexpr long kMostConnections = 64;
+constexpr long mostConnections = 64;
 
 }  // namespace
 
@@ -57,20 +57,22 @@ CurlLoop::CurlLoop() : poll_(epoll_create1(EPOLL_CLOEXEC)), wakeUp_(eventfd(0, E
 
 CurlLoop::~CurlLoop() = default;
 
+void CurlLoop::renewConnections() {
+    closeConnections();
+    multi_.reset(curl_multi_init());
+    if (!multi_) throw std::bad_alloc();
+    curl_multi_setopt(multi_.get(), CURLMOPT_SOCKETFUNCTION, &Callbacks::socket);
+    curl_multi_setopt(multi_.get(), CURLMOPT_SOCKETDATA, this);
+    curl_multi_setopt(multi_.get(), CURLMOPT_TIMERFUNCTION, &Callbacks::timer);
+    curl_multi_setopt(multi_.get(), CURLMOPT_TIMERDATA, this);
+    curl_multi_setopt(multi_.get(), CURLMOPT_MAX_TOTAL_CONNECTIONS, mostConnections);
+}
+
 void CurlLoop::closeConnections() {
     multi_.reset();
 }
 
 void CurlLoop::add(CurlTransfer& transfer) {
-    if (!multi_) {
-        multi_.reset(curl_multi_init());
-        if (!multi_) throw std::bad_alloc();
-        curl_multi_setopt(multi_.get(), CURLMOPT_SOCKETFUNCTION, &Callbacks::socket);
-        curl_multi_setopt(multi_.get(), CURLMOPT_SOCKETDATA, this);
-        curl_multi_setopt(multi_.get(), CURLMOPT_TIMERFUNCTION, &Callbacks::timer);
-        curl_multi_setopt(multi_.get(), CURLMOPT_TIMERDATA, this);
-        curl_multi_setopt(multi_.get(), CURLMOPT_MAX_TOTAL_CONNECTIONS, kMostConnections);
-    }
     curl_multi_add_handle(multi_.get(), transfer.handle());
 }
 
@@ -118,14 +120,14 @@ void CurlLoop::watch(int socket, std::uint32_t wanted) {
     watched_[index] = wanted;
 }
 
-std::optional<std::pair<void*, int>> CurlLoop::nextEnded() {
+std::optional<std::pair<CurlTransfer*, int>> CurlLoop::nextEnded() {
     int left = 0;
-    while (multi_) {
-        CURLMsg* message = curl_multi_info_read(multi_.get(), &left);
-        if (!message) break;
+    while (CURLMsg* message = curl_multi_info_read(multi_.get(), &left)) {
         if (message->msg != CURLMSG_DONE) continue;
-        std::pair<void*, int> ended(message->easy_handle, message->data.result);
-        curl_multi_remove_handle(multi_.get(), ended.first);
+        std::pair<CurlTransfer*, int> ended(nullptr, message->data.result);
+        CURL* handle = message->easy_handle;
+        curl_easy_getinfo(handle, CURLINFO_PRIVATE, &ended.first);
+        curl_multi_remove_handle(multi_.get(), handle);
         return ended;
     }
     return std::nullopt;

@@ -26,8 +26,9 @@ public:
     // Waits until a transfer can go on, somebody wakes it or the time has come; then lets the transfers go on.
     void turn(std::optional<Clock::time_point> latest);
     // The next transfer that has ended, with the library's result. It is no longer driven.
-    std::optional<std::pair<void*, int>> nextEnded();
-    // Closes all connections. Only while nothing is being driven.
+    std::optional<std::pair<CurlTransfer*, int>> nextEnded();
+    // Closes all connections; further ones may be made. Only while nothing is driven.
+    void renewConnections();
     void closeConnections();
     void wake();
 

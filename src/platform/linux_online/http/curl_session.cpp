@@ -4,7 +4,9 @@
 #include <pthread.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
+#include <deque>
 #include <iterator>
 #include <optional>
 #include <utility>
@@ -12,28 +14,17 @@
 
 #include "platform/linux_online/http/curl_loop.h"
 #include "platform/linux_online/http/curl_transfer.h"
-#include "platform/linux_online/http/curl_trust.h"
 
 namespace tobrel {
 namespace {
 
-// As many requests are under way at once as there are connections, or streams on a connection that carries many.
-constexpr std::size_t kConnections = 16;
-constexpr std::size_t kStreams = 64;
+// So many requests are under way at once, each on a connection of its own or all on one that carries many.
+constexpr std::size_t mostAtOnce = 64;
+// A server that answers at once is asked no faster by more connections than these.
+constexpr std::size_t fewConnections = 16;
+constexpr auto atOnce = std::chrono::milliseconds(30);
 // Servers commonly close a connection after its thousandth request and refuse what is already on its way by then.
-constexpr std::size_t kMostRequestsAConnection = 900;
-
-struct ShareCleanup {
-    void operator()(CURLSH* share) const { curl_share_cleanup(share); }
-};
-using Share = std::unique_ptr<CURLSH, ShareCleanup>;
-
-Share cookiesAndTLSSessions() {
-    Share share(curl_share_init());
-    curl_share_setopt(share.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_COOKIE);
-    curl_share_setopt(share.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
-    return share;
-}
+constexpr std::size_t mostRequestsAConnection = 900;
 
 // Signals are the main thread's; a write to a closed connection is an error here and nothing more.
 void blockSignals() {
@@ -46,12 +37,12 @@ void blockSignals() {
 
 // What the worker thread keeps.
 struct CurlURLSession::Worker {
-    explicit Worker(CurlURLSession& session) : session_(session), loop_(*session.loop_) {}
+    explicit Worker(CurlURLSession& session) : session_(session), loop_(*session.loop_) { loop_.renewConnections(); }
 
     void run() {
         while (startWaiting()) {
             loop_.turn(nextDeadline());
-            while (auto ended = loop_.nextEnded()) finish(ended->first, ended->second);
+            while (auto ended = loop_.nextEnded()) finish(*ended->first, ended->second);
             expire();
         }
         for (CurlTransfer* transfer : active_) loop_.remove(*transfer);
@@ -59,18 +50,40 @@ struct CurlURLSession::Worker {
     }
 
 private:
+    // The connection carries no further request; once it is quiet, another takes its place.
+    bool leaving() const { return !common_.goodbyes.empty() || (sharedConnection_ && requestsLeft_ == 0); }
+
     std::size_t room() const {
-        if (sharedConnection_ && started_ >= kMostRequestsAConnection) return 0;
-        std::size_t most = sharedConnection_ ? kStreams : kConnections;
-        return most - std::min(most, active_.size());
+        if (leaving()) return 0;
+        std::size_t most = sharedConnection_ || slow_ ? mostAtOnce : fewConnections;
+        std::size_t left = most - std::min(most, active_.size());
+        return sharedConnection_ ? std::min(left, requestsLeft_) : left;
+    }
+
+    // A connection that carries many requests is left before the server closes it.
+    void changeConnection() {
+        if (!common_.goodbyes.empty()) {
+            // What it could carry is known now; a server that has merely been restarted can carry more.
+            auto taken = static_cast<std::size_t>(common_.goodbyes.begin()->second + 1) / 2;
+            requestsAConnection_ = std::clamp<std::size_t>(taken, 1, mostRequestsAConnection);
+        } else {
+            requestsAConnection_ = std::min(2 * requestsAConnection_, mostRequestsAConnection);
+        }
+        loop_.renewConnections();
+        common_.goodbyes.clear();
+        requestsLeft_ = requestsAConnection_;
     }
 
     // False once the session ends.
     bool startWaiting() {
-        if (active_.empty() && sharedConnection_ && started_ >= kMostRequestsAConnection) {
-            loop_.closeConnections();
-            started_ = 0;
+        auto now = CurlLoop::Clock::now();
+        if (active_.empty()) {
+            lastAnswer_ = now;
+            slow_ = false;
         }
+        slow_ |= moreWaiting_ && now >= lastAnswer_ + atOnce;
+        if (active_.empty() && leaving()) changeConnection();
+        for (; !refused_.empty() && room() > 0; refused_.pop_front()) drive(*refused_.front());
         std::list<HTTPTask> tasks;
         {
             std::lock_guard lock(session_.mutex_);
@@ -78,7 +91,7 @@ private:
             auto& waiting = session_.waiting_;
             auto end = std::next(waiting.begin(), static_cast<std::ptrdiff_t>(std::min(room(), waiting.size())));
             tasks.splice(tasks.begin(), waiting, waiting.begin(), end);
-            if (waiting.empty()) session_.headers_.reset();
+            moreWaiting_ = !waiting.empty();
         }
         for (HTTPTask& task : tasks) start(std::move(task));
         return true;
@@ -91,14 +104,18 @@ private:
             deliver(transfer, URLSessionAnswer{.error = std::move(error)});
             return;
         }
+        drive(transfer);
+    }
+
+    void drive(CurlTransfer& transfer) {
         loop_.add(transfer);
         active_.push_back(&transfer);
-        ++started_;
+        if (requestsLeft_ > 0) --requestsLeft_;
     }
 
     CurlTransfer& idleTransfer() {
         if (idle_.empty()) {
-            transfers_.push_back(std::make_unique<CurlTransfer>(trust_, share_.get()));
+            transfers_.push_back(std::make_unique<CurlTransfer>(common_));
             return *transfers_.back();
         }
         CurlTransfer& transfer = *idle_.back();
@@ -106,20 +123,17 @@ private:
         return transfer;
     }
 
-    void finish(void* handle, int result) {
-        auto found = std::find_if(active_.begin(), active_.end(),
-                                  [&](CurlTransfer* transfer) { return transfer->handle() == handle; });
-        CurlTransfer& transfer = **found;
-        auto answer = transfer.finish(result);
-        if (!answer) {
-            loop_.add(transfer);
-            return;
-        }
-        if (!answer->error) sharedConnection_ = transfer.sharesConnection();
-        *found = active_.back();
+    void finish(CurlTransfer& transfer, int result) {
+        URLSessionAnswer answer;
+        auto next = transfer.finish(result, answer);
+        if (next == CurlTransfer::Next::goOn) return loop_.add(transfer);
+        *std::find(active_.begin(), active_.end(), &transfer) = active_.back();
         active_.pop_back();
+        if (next == CurlTransfer::Next::startOver) return refused_.push_back(&transfer);
+        lastAnswer_ = CurlLoop::Clock::now();
+        if (!answer.error) sharedConnection_ = transfer.sharesConnection();
         idle_.push_back(&transfer);
-        deliver(transfer, std::move(*answer));
+        deliver(transfer, std::move(answer));
     }
 
     void deliver(CurlTransfer& transfer, URLSessionAnswer answer) {
@@ -129,6 +143,7 @@ private:
 
     std::optional<CurlLoop::Clock::time_point> nextDeadline() const {
         std::optional<CurlLoop::Clock::time_point> next;
+        if (moreWaiting_ && !slow_ && !sharedConnection_) next = lastAnswer_ + atOnce;
         for (CurlTransfer* transfer : active_)
             if (!next || transfer->deadline() < *next) next = transfer->deadline();
         return next;
@@ -152,13 +167,19 @@ private:
 
     CurlURLSession& session_;
     CurlLoop& loop_;
-    CurlTrust trust_ = trustedCertificates();
-    Share share_ = cookiesAndTLSSessions();
+    CurlCommon common_;
     std::vector<std::unique_ptr<CurlTransfer>> transfers_;
     std::vector<CurlTransfer*> active_;
     std::vector<CurlTransfer*> idle_;
+    // What a server has not taken in goes out again first.
+    std::deque<CurlTransfer*> refused_;
     bool sharedConnection_ = false;
-    std::size_t started_ = 0;
+    CurlLoop::Clock::time_point lastAnswer_;
+    bool moreWaiting_ = false;
+    // Answers take long enough for more connections to be of use.
+    bool slow_ = false;
+    std::size_t requestsAConnection_ = mostRequestsAConnection;
+    std::size_t requestsLeft_ = mostRequestsAConnection;
 };
 
 CurlURLSession::CurlURLSession() : loop_(std::make_unique<CurlLoop>()) {}

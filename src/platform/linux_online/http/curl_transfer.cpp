@@ -1,23 +1,28 @@
 #include "platform/linux_online/http/curl_transfer.h"
 
+#include <arpa/inet.h>
 #include <curl/curl.h>
+#include <netinet/in.h>
 #include <sys/socket.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <new>
 #include <string_view>
 #include <utility>
 
-#include "platform/linux_online/http/curl_trust.h"
+#include "platform/linux_online/http/curl_remark.h"
 
 namespace tobrel {
 namespace {
 
-constexpr std::size_t kLargestBody = 64 << 20;
-constexpr std::size_t kLargestHeaders = 256 << 10;
+constexpr std::size_t largestBody = 8 << 20;
+constexpr std::size_t largestHeaders = 256 << 10;
 // Servers close what has been idle for five seconds or more; a request must not cross that.
-constexpr long kIdleConnectionSeconds = 3;
+constexpr long idleConnectionSeconds = 3;
+// A server that takes in none of so many attempts is not waited for.
+constexpr int mostRefusals = 10;
 
 template <class Value>
 void set(void* handle, CURLoption option, Value value) {
@@ -43,12 +48,15 @@ bool isHeaderValue(std::string_view text) {
                         [](unsigned char byte) { return (byte < 0x20 && byte != '\t') || byte == 0x7f; });
 }
 
-// The first header that must not be sent, by name.
-std::optional<std::string> unsendable(const URLRequest& request) {
-    if (!isToken(request.httpMethod)) return request.httpMethod;
-    for (const auto& [name, value] : request.headers)
-        if (!isToken(name) || !isHeaderValue(value)) return name;
-    return std::nullopt;
+int portOf(const sockaddr& address) {
+    if (address.sa_family == AF_INET6) return ntohs(reinterpret_cast<const sockaddr_in6&>(address).sin6_port);
+    return ntohs(reinterpret_cast<const sockaddr_in&>(address).sin_port);
+}
+
+bool anyProxyNamed() {
+    for (const char* name : {"http_proxy", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"})
+        if (const char* value = std::getenv(name); value && *value) return true;
+    return false;
 }
 
 CurlTransfer::Clock::duration patience(double seconds) {
@@ -58,17 +66,17 @@ CurlTransfer::Clock::duration patience(double seconds) {
 
 HTTPFailure certificateFailure(long verdict) {
     // The certificate was in order, or at least nothing else was said about it, before its names were compared.
-    constexpr long kInOrder = 0;
-    constexpr long kUnspecified = 1;
-    constexpr long kNotYetValid = 9;
-    constexpr long kExpired = 10;
+    constexpr long inOrder = 0;
+    constexpr long unspecified = 1;
+    constexpr long notYetValid = 9;
+    constexpr long expired = 10;
     switch (verdict) {
-        case kInOrder:
-        case kUnspecified:
+        case inOrder:
+        case unspecified:
             return HTTPFailure::certificateForOtherName;
-        case kNotYetValid:
+        case notYetValid:
             return HTTPFailure::certificateNotYetValid;
-        case kExpired:
+        case expired:
             return HTTPFailure::certificateExpired;
         default:
             return HTTPFailure::certificateUntrusted;
@@ -80,7 +88,7 @@ HTTPFailure certificateFailure(long verdict) {
 struct CurlTransfer::Callbacks {
     static std::size_t write(char* data, std::size_t, std::size_t size, void* self) {
         auto& transfer = *static_cast<CurlTransfer*>(self);
-        transfer.tooLarge_ = size > kLargestBody - transfer.body_.size();
+        transfer.tooLarge_ = size > largestBody - transfer.body_.size();
         if (transfer.tooLarge_) return 0;
         transfer.body_.append(data, size);
         return size;
@@ -90,7 +98,7 @@ struct CurlTransfer::Callbacks {
         auto& transfer = *static_cast<CurlTransfer*>(self);
         transfer.headerBytes_ += size;
         transfer.lastProgress_ = Clock::now();
-        transfer.tooLarge_ = transfer.headerBytes_ > kLargestHeaders;
+        transfer.tooLarge_ = transfer.headerBytes_ > largestHeaders;
         return transfer.tooLarge_ ? 0 : size;
     }
 
@@ -101,16 +109,20 @@ struct CurlTransfer::Callbacks {
         return 0;
     }
 
-    // The library sends a request again by itself when a reused connection dies before the first byte of the answer;
-    // the server may have acted on it by then.
     static int beforeSending(void* self, char*, char*, int, int) {
-        auto& transfer = *static_cast<CurlTransfer*>(self);
-        transfer.lastProgress_ = Clock::now();
-        return std::exchange(transfer.sent_, true) ? CURL_PREREQFUNC_ABORT : CURL_PREREQFUNC_OK;
+        return static_cast<CurlTransfer*>(self)->maySend() ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
+    }
+
+    static int remark(CURL*, curl_infotype type, char* text, std::size_t size, void* self) {
+        if (type == CURLINFO_TEXT) static_cast<CurlTransfer*>(self)->noteRemark({text, size});
+        return 0;
     }
 
     // A program that is started meanwhile, such as the browser, inherits no connection.
-    static curl_socket_t open(void*, curlsocktype, curl_sockaddr* address) {
+    static curl_socket_t open(void* self, curlsocktype, curl_sockaddr* address) {
+        auto& transfer = *static_cast<CurlTransfer*>(self);
+        if (transfer.goesOutAgain() || transfer.waitsForGoodbye()) return CURL_SOCKET_BAD;
+        transfer.connectedPort_ = portOf(address->addr);
         return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
     }
 };
@@ -123,9 +135,19 @@ void CurlTransfer::FreeHeaders::operator()(void* headers) const {
     curl_slist_free_all(static_cast<curl_slist*>(headers));
 }
 
-CurlTransfer::CurlTransfer(const CurlTrust& trust, void* share) : handle_(curl_easy_init()) {
+CurlCommon::CurlCommon()
+    : trust(trustedCertificates()),
+      share(curl_share_init(), [](void* share) { curl_share_cleanup(share); }),
+      proxiesNamed(anyProxyNamed()) {
+    curl_share_setopt(share.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_COOKIE);
+    curl_share_setopt(share.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
+}
+
+CurlTransfer::CurlTransfer(CurlCommon& common) : common_(common), handle_(curl_easy_init()) {
     if (!handle_) throw std::bad_alloc();
+    const CurlTrust& trust = common.trust;
     void* handle = handle_.get();
+    set(handle, CURLOPT_PRIVATE, this);
     set(handle, CURLOPT_WRITEFUNCTION, &Callbacks::write);
     set(handle, CURLOPT_WRITEDATA, this);
     set(handle, CURLOPT_HEADERFUNCTION, &Callbacks::header);
@@ -136,14 +158,20 @@ CurlTransfer::CurlTransfer(const CurlTrust& trust, void* share) : handle_(curl_e
     set(handle, CURLOPT_PREREQFUNCTION, &Callbacks::beforeSending);
     set(handle, CURLOPT_PREREQDATA, this);
     set(handle, CURLOPT_OPENSOCKETFUNCTION, &Callbacks::open);
-    set(handle, CURLOPT_SHARE, share);
+    set(handle, CURLOPT_OPENSOCKETDATA, this);
+    set(handle, CURLOPT_DEBUGFUNCTION, &Callbacks::remark);
+    set(handle, CURLOPT_DEBUGDATA, this);
+    set(handle, CURLOPT_SHARE, common.share.get());
     set(handle, CURLOPT_COOKIEFILE, "");
 
+    // Else the library looks for the variables with every request.
+    if (!common.proxiesNamed) set(handle, CURLOPT_PROXY, "");
+    if (!common.proxiesNamed) set(handle, CURLOPT_NOPROXY, "");
     set(handle, CURLOPT_PROTOCOLS_STR, "http,https");
     set(handle, CURLOPT_PATH_AS_IS, 1L);
     set(handle, CURLOPT_ACCEPT_ENCODING, "gzip");
-    set(handle, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(kLargestBody));
-    set(handle, CURLOPT_MAXAGE_CONN, kIdleConnectionSeconds);
+    set(handle, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(largestBody));
+    set(handle, CURLOPT_MAXAGE_CONN, idleConnectionSeconds);
     set(handle, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
     set(handle, CURLOPT_NOSIGNAL, 1L);
     // A name that is still being resolved when the transfer ends is not waited for.
@@ -158,29 +186,64 @@ CurlTransfer::CurlTransfer(const CurlTrust& trust, void* share) : handle_(curl_e
 
 std::optional<NSError> CurlTransfer::prepare(HTTPTask task) {
     completion_ = std::move(task.completion);
-    task.request.headers = *task.headers;
-    auto address = parseHTTPAddress(task.request.url);
-    if (auto* failure = std::get_if<HTTPFailure>(&address)) return httpError(*failure, {});
-    if (auto name = unsendable(task.request)) return httpError(HTTPFailure::unsendableHeader, *name);
-    patience_ = patience(task.request.timeoutInterval);
-    hop_ = {std::move(task.request), std::get<HTTPAddress>(std::move(address)), 0};
+    if (!hop_.address.changeQuery(task.request.url)) {
+        auto address = parseHTTPAddress(task.request.url);
+        if (auto* failure = std::get_if<HTTPFailure>(&address)) return httpError(*failure, {});
+        hop_.address = std::get<HTTPAddress>(std::move(address));
+    }
+    hop_.request = std::move(task.request);
+    hop_.headers = std::move(task.headers);
+    hop_.redirects = 0;
+    refusals_ = 0;
+    if (auto error = unsendable()) return error;
+    patience_ = patience(hop_.request.timeoutInterval);
     prepareHop();
+    return std::nullopt;
+}
+
+std::optional<NSError> CurlTransfer::unsendable() const {
+    const std::string& method = hop_.request.httpMethod;
+    if (!isToken(method)) return httpError(HTTPFailure::unsendableHeader, method);
+    if (hop_.headers == listed_) return std::nullopt;
+    for (const auto& [name, value] : *hop_.headers)
+        if (!isToken(name) || !isHeaderValue(value)) return httpError(HTTPFailure::unsendableHeader, name);
     return std::nullopt;
 }
 
 void CurlTransfer::prepareHop() {
     void* handle = handle_.get();
-    const std::string& method = hop_.request.httpMethod;
-    set(handle, CURLOPT_URL, hop_.address.url.c_str());
+    set(handle, CURLOPT_CURLU, static_cast<CURLU*>(hop_.address.parts.get()));
     // The first connection tells whether it can carry all requests; in plain text that is never so.
     bool secure = hop_.address.scheme == "https";
     set(handle, CURLOPT_HTTP_VERSION, static_cast<long>(secure ? CURL_HTTP_VERSION_2TLS : CURL_HTTP_VERSION_1_1));
     set(handle, CURLOPT_PIPEWAIT, secure ? 1L : 0L);
+    set(handle, CURLOPT_VERBOSE, secure ? 1L : 0L);
+    setMethod();
+    setHeaders();
+    auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(patience_).count();
+    set(handle, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(std::max<long long>(milliseconds, 1)));
+
+    body_.clear();
+    headerBytes_ = 0;
+    tooLarge_ = false;
+    bytesMoved_ = 0;
+    connectedPort_ = 0;
+    lastProgress_ = Clock::now();
+    sent_ = false;
+    lost_ = false;
+    connection_.reset();
+    stream_.reset();
+    refused_ = false;
+}
+
+void CurlTransfer::setMethod() {
+    void* handle = handle_.get();
+    const std::string& method = hop_.request.httpMethod;
     set(handle, CURLOPT_CUSTOMREQUEST, nullptr);
     set(handle, CURLOPT_HTTPGET, 1L);
     if (hop_.request.httpBody || method == "POST") {
-        static const std::string kNothing;
-        const std::string& body = hop_.request.httpBody ? *hop_.request.httpBody : kNothing;
+        static const std::string nothing;
+        const std::string& body = hop_.request.httpBody ? *hop_.request.httpBody : nothing;
         set(handle, CURLOPT_POST, 1L);
         set(handle, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
         set(handle, CURLOPT_POSTFIELDS, body.data());
@@ -190,19 +253,11 @@ void CurlTransfer::prepareHop() {
     } else if (method != "GET") {
         set(handle, CURLOPT_CUSTOMREQUEST, method.c_str());
     }
-    setHeaders();
-    auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(patience_).count();
-    set(handle, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(std::max<long long>(milliseconds, 1)));
-
-    body_.clear();
-    headerBytes_ = 0;
-    tooLarge_ = false;
-    sent_ = false;
-    bytesMoved_ = 0;
-    lastProgress_ = Clock::now();
 }
 
 void CurlTransfer::setHeaders() {
+    bool withBody = hop_.request.httpBody.has_value();
+    if (hop_.headers == listed_ && withBody == listedWithBody_) return;
     curl_slist* list = nullptr;
     auto append = [&](const std::string& line) {
         curl_slist* longer = curl_slist_append(list, line.c_str());
@@ -210,27 +265,83 @@ void CurlTransfer::setHeaders() {
         list = longer;
     };
     std::string line;
-    for (const auto& [name, value] : hop_.request.headers) {
+    for (const auto& [name, value] : *hop_.headers) {
         // The library leaves out a header without a value unless it is written so.
         bool blank = value.find_first_not_of(" \t") == value.npos;
         line.assign(name).append(blank ? ";" : ": ").append(blank ? "" : value);
         append(line);
     }
-    if (hop_.request.httpBody) append("Expect:");
+    if (withBody) append("Expect:");
     set(handle_.get(), CURLOPT_HTTPHEADER, list);
     headers_.reset(list);
+    listed_ = hop_.headers;
+    listedWithBody_ = withBody;
 }
 
-std::optional<URLSessionAnswer> CurlTransfer::finish(int result) {
-    if (result != CURLE_OK) return failed(failure(result));
+// The library would send a request again by itself when a connection dies before the first byte of the answer. The
+// server may have acted on it by then, unless no byte of it was written.
+bool CurlTransfer::goesOutAgain() {
+    lost_ |= sent_ && info<long>(handle_.get(), CURLINFO_REQUEST_SIZE) != bytesWritten_;
+    return lost_;
+}
+
+// Else each of the requests that are caught by a goodbye before they went out would open a connection of its own.
+bool CurlTransfer::waitsForGoodbye() {
+    refused_ |= !sent_ && !common_.goodbyes.empty();
+    return refused_;
+}
+
+bool CurlTransfer::maySend() {
+    lastProgress_ = Clock::now();
+    if (goesOutAgain()) return false;
+    sent_ = true;
+    bytesWritten_ = info<long>(handle_.get(), CURLINFO_REQUEST_SIZE);
+    if (auto number = connectionNumber(handle_.get())) connection_ = number;
+    return true;
+}
+
+void CurlTransfer::noteRemark(std::string_view text) {
+    auto remark = readRemark(text);
+    if (!remark) return;
+    switch (remark->kind) {
+        case CurlRemark::Kind::connection:
+            connection_ = remark->number;
+            return;
+        case CurlRemark::Kind::stream:
+            stream_ = remark->number;
+            return;
+        case CurlRemark::Kind::goodbye:
+            // Without a connection of its own the transfer is just trying out one that idles.
+            if (connection_) common_.goodbyes[*connection_] = remark->number;
+            return;
+        case CurlRemark::Kind::withoutAnswer:
+            auto goodbye = connection_ ? common_.goodbyes.find(*connection_) : common_.goodbyes.end();
+            refused_ = stream_ && goodbye != common_.goodbyes.end() && *stream_ > goodbye->second;
+            connection_.reset();
+            return;
+    }
+}
+
+CurlTransfer::Next CurlTransfer::finish(int result, URLSessionAnswer& answer) {
+    if (result != CURLE_OK && refused_ && ++refusals_ < mostRefusals) {
+        prepareHop();
+        return Next::startOver;
+    }
+    if (result != CURLE_OK) {
+        answer = failed(failure(result));
+        return Next::answered;
+    }
     long status = info<long>(handle_.get(), CURLINFO_RESPONSE_CODE);
     auto redirect = takeRedirect(hop_, static_cast<int>(status), location());
-    if (auto* failure = std::get_if<HTTPFailure>(&redirect)) return failed(*failure);
-    if (std::get<Redirection>(redirect) == Redirection::followed) {
+    if (auto* failure = std::get_if<HTTPFailure>(&redirect)) {
+        answer = failed(*failure);
+    } else if (std::get<Redirection>(redirect) == Redirection::followed) {
         prepareHop();
-        return std::nullopt;
+        return Next::goOn;
+    } else {
+        answer = {.data = std::move(body_), .statusCode = static_cast<int>(status)};
     }
-    return URLSessionAnswer{.data = std::move(body_), .statusCode = static_cast<int>(status)};
+    return Next::answered;
 }
 
 URLSessionAnswer CurlTransfer::timedOut() const {
@@ -238,7 +349,7 @@ URLSessionAnswer CurlTransfer::timedOut() const {
 }
 
 std::function<void(URLSessionAnswer)> CurlTransfer::release() {
-    hop_ = {};
+    hop_.request = {};
     body_ = {};
     return std::exchange(completion_, nullptr);
 }
@@ -253,7 +364,8 @@ URLSessionAnswer CurlTransfer::failed(HTTPFailure failure) const {
 
 HTTPFailure CurlTransfer::failure(int result) const {
     void* handle = handle_.get();
-    if (tooLarge_) return HTTPFailure::tooLarge;
+    if (tooLarge_ || saysTooLarge(result)) return HTTPFailure::tooLarge;
+    if (lost_) return HTTPFailure::connectionLost;
     long proxyAnswer = info<long>(handle, CURLINFO_HTTP_CONNECTCODE);
     if (proxyAnswer != 0 && proxyAnswer / 100 != 2) return HTTPFailure::proxyRefused;
     switch (result) {
@@ -266,6 +378,8 @@ HTTPFailure CurlTransfer::failure(int result) const {
         case CURLE_PROXY:
             return HTTPFailure::proxyRefused;
         case CURLE_COULDNT_CONNECT:
+            if (common_.proxiesNamed && std::to_string(connectedPort_) != hop_.address.port)
+                return HTTPFailure::proxyUnreachable;
             return info<long>(handle, CURLINFO_OS_ERRNO) == ECONNREFUSED ? HTTPFailure::refused
                                                                          : HTTPFailure::unreachable;
         case CURLE_OPERATION_TIMEDOUT:
@@ -282,9 +396,7 @@ HTTPFailure CurlTransfer::failure(int result) const {
             return HTTPFailure::notHTTP;
         case CURLE_BAD_CONTENT_ENCODING:
             return HTTPFailure::undecodable;
-        // The second is what a header line without an end comes to.
         case CURLE_FILESIZE_EXCEEDED:
-        case CURLE_OUT_OF_MEMORY:
             return HTTPFailure::tooLarge;
         case CURLE_GOT_NOTHING:
         case CURLE_PARTIAL_FILE:

@@ -2,18 +2,29 @@
 
 #include <chrono>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "platform/http.h"
+#include "platform/linux_online/http/curl_trust.h"
 #include "platform/linux_online/http/redirect.h"
 
 namespace tobrel {
 
-struct CurlTrust;
+// What all transfers of a session share. Worker thread only.
+struct CurlCommon {
+    CurlCommon();
 
-using HTTPHeaders = decltype(URLRequest::headers);
+    CurlTrust trust;
+    // Cookies and TLS sessions.
+    std::unique_ptr<void, void (*)(void*)> share;
+    bool proxiesNamed;
+    // By the number of a connection, the last stream that its server took in before it said goodbye.
+    std::map<long long, long long> goodbyes;
+};
 
 struct HTTPTask {
     // Without its headers, which tasks in the queue share.
@@ -27,16 +38,16 @@ class CurlTransfer {
 public:
     using Clock = std::chrono::steady_clock;
 
-    // `share` is that all transfers keep their cookies in.
-    CurlTransfer(const CurlTrust& trust, void* share);
+    explicit CurlTransfer(CurlCommon& common);
     CurlTransfer(const CurlTransfer&) = delete;
     CurlTransfer& operator=(const CurlTransfer&) = delete;
 
     // Makes the handle ready for the task's request; a failure where it cannot be sent at all.
     std::optional<NSError> prepare(HTTPTask task);
-    // The handle has ended with the library's result: the answer, or nothing where a redirect was followed and the
-    // handle is ready for the next address.
-    std::optional<URLSessionAnswer> finish(int result);
+    enum class Next { answered, goOn, startOver };
+    // The handle has ended with the library's result. `answered`: the answer is set. `goOn`: a redirect is followed.
+    // `startOver`: the server has not taken the request in, which may go out once more. The handle is ready for that.
+    Next finish(int result, URLSessionAnswer& answer);
     URLSessionAnswer timedOut() const;
     // Hands out the completion and lets go of all that the request held.
     std::function<void(URLSessionAnswer)> release();
@@ -55,23 +66,41 @@ private:
         void operator()(void* headers) const;
     };
 
+    std::optional<NSError> unsendable() const;
     void prepareHop();
+    void setMethod();
     void setHeaders();
+    bool goesOutAgain();
+    bool waitsForGoodbye();
+    bool maySend();
+    void noteRemark(std::string_view text);
     HTTPFailure failure(int result) const;
     URLSessionAnswer failed(HTTPFailure failure) const;
     std::optional<std::string> location() const;
 
+    CurlCommon& common_;
     std::unique_ptr<void, Cleanup> handle_;
     std::unique_ptr<void, FreeHeaders> headers_;
+    // The headers, in which `headers_` has them for the library, and whether a body went with them.
+    std::shared_ptr<const HTTPHeaders> listed_;
+    bool listedWithBody_ = false;
     std::function<void(URLSessionAnswer)> completion_;
     HTTPHop hop_;
     std::string body_;
     std::size_t headerBytes_ = 0;
     bool tooLarge_ = false;
-    bool sent_ = false;
     long long bytesMoved_ = 0;
+    int connectedPort_ = 0;
     Clock::duration patience_{};
     Clock::time_point lastProgress_{};
+
+    bool sent_ = false;
+    bool lost_ = false;
+    long bytesWritten_ = 0;
+    std::optional<long long> connection_;
+    std::optional<long long> stream_;
+    bool refused_ = false;
+    int refusals_ = 0;
 };
 
 }  // namespace tobrel

@@ -21,6 +21,7 @@ enum class HTTPFailure {
     redirectedToInsecure,
     redirectedToBadAddress,
     proxyNotFound,
+    proxyUnreachable,
     proxyRefused,
     notHTTP,
     tooLarge,

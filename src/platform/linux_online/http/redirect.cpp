@@ -8,14 +8,16 @@
 namespace tobrel {
 namespace {
 
-constexpr int kMostRedirects = 20;
+constexpr int mostRedirects = 20;
 
-void removeHeaders(URLRequest& request, std::initializer_list<const char*> names) {
-    std::erase_if(request.headers, [&](const auto& header) {
+void removeHeaders(HTTPHop& hop, std::initializer_list<const char*> names) {
+    HTTPHeaders kept = *hop.headers;
+    std::erase_if(kept, [&](const auto& header) {
         for (const char* name : names)
             if (strcasecmp(header.first.c_str(), name) == 0) return true;
         return false;
     });
+    hop.headers = std::make_shared<const HTTPHeaders>(std::move(kept));
 }
 
 bool becomesGet(int statusCode, const std::string& method) {
@@ -39,15 +41,15 @@ std::variant<Redirection, HTTPFailure> takeRedirect(HTTPHop& hop, int statusCode
     if (auto* failure = std::get_if<HTTPFailure>(&resolved)) return asRedirect(*failure);
     auto& target = std::get<HTTPAddress>(resolved);
     if (hop.address.scheme == "https" && target.scheme != "https") return HTTPFailure::redirectedToInsecure;
-    if (hop.redirects == kMostRedirects) return HTTPFailure::tooManyRedirects;
+    if (hop.redirects == mostRedirects) return HTTPFailure::tooManyRedirects;
 
     if (becomesGet(statusCode, hop.request.httpMethod)) {
         hop.request.httpMethod = "GET";
         hop.request.httpBody.reset();
-        removeHeaders(hop.request, {"Content-Type", "Content-Length", "Content-Encoding", "Content-Language"});
+        removeHeaders(hop, {"Content-Type", "Content-Length", "Content-Encoding", "Content-Language"});
     }
     if (!target.hasOriginOf(hop.address))
-        removeHeaders(hop.request, {"X-API-Key", "Authorization", "Proxy-Authorization", "Cookie", "Host"});
+        removeHeaders(hop, {"X-API-Key", "Authorization", "Proxy-Authorization", "Cookie", "Host"});
     hop.address = std::move(target);
     ++hop.redirects;
     return Redirection::followed;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -8,9 +9,13 @@
 
 namespace tobrel {
 
+using HTTPHeaders = decltype(URLRequest::headers);
+
 // One request on its way: where it goes next, and what it still carries.
 struct HTTPHop {
+    // Without its headers, which requests share.
     URLRequest request;
+    std::shared_ptr<const HTTPHeaders> headers;
     HTTPAddress address;
     int redirects = 0;
 };

@@ -7,6 +7,8 @@
 #include <future>
 #include <set>
 
+#include "platform/linux_online/http/errors.h"
+#include "support/http2_server.h"
 #include "support/scripted_server.h"
 #include "support/temporary_folder.h"
 
@@ -142,12 +144,12 @@ TEST_F(CurlURLSessionTest, FailsWithItsOwnSentenceForEachThingThatGoesWrong) {
         {"stalled before the answer", {stalls()}, -1001, "in time"},
         {"stalled in the body", {sends(part), stalls()}, -1001, "in time"},
         {"another protocol", {sends("SSH-2.0-OpenSSH_9.2\r\n"), closes()}, -1011, "as a web server does"},
-        {"too long", {sends(ok + "Content-Length: 67108865\r\n\r\n"), stalls()}, -1103, "too large"},
+        {"too long", {sends(ok + "Content-Length: 8388609\r\n\r\n"), stalls()}, -1103, "too large"},
         {"an endless body", {sends(ok + "\r\n"), sendsForever(std::string(1 << 20, 'x'))}, -1103, "too large"},
         {"an endless header line", {sends(ok + "A: "), sendsForever(std::string(1 << 16, 'x'))}, -1103, "too large"},
         {"endless header lines", {sends(ok), sendsForever("A: " + std::string(999, 'x') + "\r\n")}, -1103, "too large"},
         {"endless interim answers", {sendsForever("HTTP/1.1 103 Early Hints\r\nA: b\r\n\r\n")}, -1103, "too large"},
-        {"a gzip bomb", {sends(answer(200, zerosInGzip(80 << 20), gzip))}, -1103, "too large"},
+        {"a gzip bomb", {sends(answer(200, zerosInGzip(9 << 20), gzip))}, -1103, "too large"},
         {"gzip that is none", {sends(answer(200, "{\"a\": 1, \"b\": 2}", gzip))}, -1015, "could not be decoded"},
         {"a redirect loop", {redirectsTo("/x")}, -1007, "too many times"},
     };
@@ -165,7 +167,7 @@ TEST_F(CurlURLSessionTest, FailsWithItsOwnSentenceForEachThingThatGoesWrong) {
 TEST_F(CurlURLSessionTest, AsksEachOfManyOnceAndTakesItsTimeWhileBytesComeOrConnectionsAreShort) {
     const std::string slow = "twenty five bytes, slowly";
     server_.script("/", {sends("HTTP/1.1 200 OK\r\nContent-Length: 25\r\n\r\n"), trickles(slow, 20ms)});
-    constexpr int many = 20;
+    constexpr int many = 80;
     std::promise<URLSessionAnswer> answers[many];
     CurlURLSession session;
     for (int index = 0; index < many; ++index)
@@ -178,7 +180,7 @@ TEST_F(CurlURLSessionTest, AsksEachOfManyOnceAndTakesItsTimeWhileBytesComeOrConn
     std::set<std::string> targets;
     for (const auto& request : server_.requests()) EXPECT_TRUE(targets.insert(request.target()).second);
     EXPECT_EQ(targets.size(), std::size(answers));
-    EXPECT_EQ(server_.mostConnectionsAtOnce(), 16);
+    EXPECT_EQ(server_.mostConnectionsAtOnce(), 64);
 }
 
 TEST_F(CurlURLSessionTest, NeverSendsARequestAgainWhenAReusedConnectionDies) {
@@ -255,7 +257,7 @@ TEST_F(CurlURLSessionTest, EndsAtOnceWithRequestsUnderWayAndThousandsWaiting) {
         for (int index = 0; index < 5000; ++index)
             session.dataTask({.url = server_.url("/item/").append(std::to_string(index))},
                              [captured](URLSessionAnswer) { ++*captured; });
-        server_.waitForRequests(16);
+        server_.waitForRequests(64);
         EXPECT_EQ(captured.use_count(), 5001);
     }
     EXPECT_EQ(captured.use_count(), 1);
@@ -298,6 +300,43 @@ TEST_F(CurlURLSessionTest, GoesThroughTheProxyThatTheEnvironmentNames) {
     EXPECT_THAT(refused.error->text, HasSubstr("proxy"));
     EXPECT_EQ(server_.requests()[1].method(), "CONNECT");
     EXPECT_THAT(server_.requests()[1].bytes, Not(HasSubstr("X-API-Key")));
+    setenv("http_proxy", ScriptedServer().url().c_str(), 1);
+    EXPECT_THAT(ask({.url = "http://tobrel.invalid/x"}).error->text, HasSubstr("proxy server for “tobrel.invalid”"));
+}
+
+TEST_F(CurlURLSessionTest, SendsAgainWhatAServerHasNotTakenInOverHTTP2AndNothingElse) {
+    TemporaryFolder folder;
+    auto certificate = makeCertificate(folder.path());
+    setenv("CURL_CA_BUNDLE", certificate.certificateFile.c_str(), 1);
+    using enum HTTP2Server::Leaving;
+    constexpr int many = 500;
+    for (auto [limit, leaving] : {std::pair{100, politely}, {7, politely}, {1000, politely}, {100, rudely}}) {
+        SCOPED_TRACE(limit);
+        HTTP2Server server(certificate, limit, leaving);
+        CurlURLSession session;
+        std::vector<std::promise<URLSessionAnswer>> answers(many);
+        for (int index = 0; index < many; ++index)
+            session.dataTask({.url = server.url("/?id=").append(std::to_string(index))},
+                             [&, index](URLSessionAnswer answer) { answers[index].set_value(std::move(answer)); });
+        int answered = 0;
+        for (auto& each : answers) answered += each.get_future().get().data == "{}";
+        if (leaving == politely) {
+            EXPECT_EQ(answered, many);
+            EXPECT_EQ(server.requestsTakenIn(), many);
+            EXPECT_LE(server.connections(), 2 + 2 * many / limit);
+        } else {
+            EXPECT_LT(answered, many);
+            EXPECT_LE(server.requestsSeen(), many);
+        }
+    }
+}
+
+TEST(HTTPError, FitsTheSheetsThreeLines) {
+    for (int each = 0; each <= static_cast<int>(HTTPFailure::other); ++each) {
+        std::string text = httpError(static_cast<HTTPFailure>(each), std::string(90, 'x')).text;
+        EXPECT_TRUE(text.ends_with(".")) << text;
+        EXPECT_LE(text.size(), 145u) << text;
+    }
 }
 
 }  // namespace

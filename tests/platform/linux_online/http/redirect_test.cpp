@@ -10,14 +10,13 @@ using Taken = std::variant<Redirection, HTTPFailure>;
 HTTPHop hopTo(const std::string& url, const std::string& method = "GET") {
     URLRequest request{.url = url, .httpMethod = method};
     if (method == "POST") request.httpBody = "{}";
-    request.setValue("secret", "x-api-KEY");
-    request.setValue("macos/1 (1); Tobrel", "X-Tobrel-Client");
-    request.setValue("application/json", "Content-Type");
-    return {request, std::get<HTTPAddress>(parseHTTPAddress(url))};
+    HTTPHeaders headers = {
+        {"x-api-KEY", "secret"}, {"X-Tobrel-Client", "macos/1 (1); Tobrel"}, {"Content-Type", "application/json"}};
+    return {request, std::make_shared<const HTTPHeaders>(headers), std::get<HTTPAddress>(parseHTTPAddress(url))};
 }
 
 bool carries(const HTTPHop& hop, const std::string& name) {
-    for (const auto& header : hop.request.headers)
+    for (const auto& header : *hop.headers)
         if (header.first == name) return true;
     return false;
 }
@@ -81,6 +80,7 @@ TEST(HTTPRedirect, RefusesWhatIsNoWebAddressAndWhatIsLessSecure) {
         }
     HTTPHop hop = hopTo("http://a/x");
     EXPECT_EQ(takeRedirect(hop, 302, std::nullopt), Taken(Redirection::none));
+    EXPECT_EQ(takeRedirect(hop, 302, ""), Taken(Redirection::none));
     EXPECT_EQ(takeRedirect(hop, 304, "/y"), Taken(Redirection::none));
     EXPECT_EQ(takeRedirect(hop, 200, "/y"), Taken(Redirection::none));
 }
