@@ -29,6 +29,7 @@ tobrel_layer(tobrel_linux_online platform/linux_online tobrel_linux PkgConfig::C
 tobrel_layer(tobrel_sheet frontends/sheet tobrel_platform)
 tobrel_layer(tobrel_json_front_end frontends/json tobrel_sheet)
 tobrel_layer(tobrel_terminal_front_end frontends/terminal tobrel_sheet)
+tobrel_layer(tobrel_batch_front_end frontends/batch tobrel_sheet)
 
 # tobrel-admin: the folder's main beside its subcommands, so that tests can link the latter.
 file(GLOB admin CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/admin/*.cpp)
@@ -45,7 +46,8 @@ endif()
 file(GLOB host CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/host/*.cpp)
 list(FILTER host EXCLUDE REGEX "main\\.cpp$|/compose_(online|gtk)\\.cpp$")
 add_library(tobrel_host STATIC ${host})
-target_link_libraries(tobrel_host PUBLIC tobrel_core tobrel_linux tobrel_json_front_end tobrel_terminal_front_end)
+target_link_libraries(tobrel_host PUBLIC tobrel_core tobrel_linux tobrel_json_front_end tobrel_terminal_front_end
+  tobrel_batch_front_end)
 add_executable(tobrel-action ${CMAKE_SOURCE_DIR}/src/host/main.cpp)
 target_link_libraries(tobrel-action PRIVATE tobrel_host)
 if(NOT TOBREL_SANITIZE)

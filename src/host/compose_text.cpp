@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include "frontends/batch/batch_front_end.h"
 #include "frontends/json/json_front_end.h"
 #include "frontends/terminal/terminal_front_end.h"
 #include "platform/linux/main_loop_poll.h"
@@ -22,6 +23,9 @@ std::unique_ptr<MainLoop> makePollLoop() {
 }
 
 std::unique_ptr<FrontEnd> makeTextFrontEnd(const Options& options, NSWorkspace& browser) {
+    if (options.frontEnd == FrontEndKind::batch)
+        return std::make_unique<BatchFrontEnd>(
+            options.task, options.json ? BatchFrontEnd::Form::json : BatchFrontEnd::Form::plain, STDOUT_FILENO);
     bool inputIsTaken = options.itemsFrom == "-";
     int input = inputIsTaken ? -1 : STDIN_FILENO;
     if (options.frontEnd == FrontEndKind::json) return std::make_unique<JsonFrontEnd>(STDOUT_FILENO, input);

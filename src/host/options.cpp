@@ -7,6 +7,7 @@
 #include <map>
 
 #include "dispatch/action_id.h"
+#include "host/answers.h"
 #include "text/harmless_text.h"
 #include "text/nearest_word.h"
 
@@ -34,14 +35,30 @@ Options:
       --items-from FILE    read further items from FILE, one a line; - is standard input
   -0, --null               the items of --items-from end in NUL instead of a line break
       --domain ID          the request's domain (default: that of the first path)
-      --front-end NAME     gtk, terminal or json
+      --front-end NAME     gtk, terminal, json or batch
       --home DIR           use DIR in place of the home folder, and nothing outside it
       --log WHERE          stderr, journal or none
       --help               print this text
       --version            print the version
 
+With --front-end batch, which asks nothing and prints the result alone:
+      --days N             share: a new link that expires after N days (1 to 3650)
+      --no-expiry          share: a new link that does not expire
+      --new                share: a new link even where there is a live one
+      --email ADDRESS      share-with: the other user (required)
+      --role view|edit     share-with: what they may do (view)
+      --stop ADDRESS       manage: stop sharing with that user
+      --leave              manage: leave a folder that somebody else shared
+      --json               the result as one JSON object a line
+
+Examples:
+  link=$(tobrel-action share --front-end batch report.pdf) && echo "$link"
+  for f in *.pdf; do tobrel-action share --front-end batch "$f" || break; done
+  tobrel-action manage --front-end batch --json Projects | jq -r .email
+  tobrel-action manage --front-end batch --stop bob@example.org Projects
+
 Exit status: 0 completed, 1 cancelled, 2 wrong usage, 3 an item could not be mapped,
-4 the front end cannot run here.
+4 the front end cannot run here, 5 (batch only) what was asked for was not done.
 )";
 
 struct Command {
@@ -77,6 +94,14 @@ public:
             {"log", required_argument, nullptr, 'l'},
             {"help", no_argument, nullptr, 'H'},
             {"version", no_argument, nullptr, 'V'},
+            {"days", required_argument, nullptr, firstAnswer + 0},
+            {"no-expiry", no_argument, nullptr, firstAnswer + 1},
+            {"new", no_argument, nullptr, firstAnswer + 2},
+            {"email", required_argument, nullptr, firstAnswer + 3},
+            {"role", required_argument, nullptr, firstAnswer + 4},
+            {"stop", required_argument, nullptr, firstAnswer + 5},
+            {"leave", no_argument, nullptr, firstAnswer + 6},
+            {"json", no_argument, nullptr, firstAnswer + 7},
             {nullptr, 0, nullptr, 0},
         };
         // "-": words come in their order, as letter 1; ":": getopt prints nothing itself.
@@ -90,10 +115,14 @@ public:
         if (options_.home && options_.log == LogDestination::journal)
             return UsageError{"--log journal asks a service outside of --home's folder; leave one of them out"};
         if (options_.itemsEndWithNul && !options_.itemsFrom) return UsageError{"-0 goes with --items-from"};
+        if (auto error = readAnswers()) return *error;
         return std::move(options_);
     }
 
 private:
+    // The letters of the options that answer a form, in the order of answerOptions.
+    static constexpr int firstAnswer = 256;
+
     using End = std::variant<Options, Information, UsageError>;
 
     int count() const { return static_cast<int>(words_.size()) - 1; }
@@ -138,10 +167,12 @@ private:
             case 'h':
                 return readHome(optarg);
             case 'f':
-                return choose(
-                    "--front-end", optarg,
-                    {{"gtk", FrontEndKind::gtk}, {"terminal", FrontEndKind::terminal}, {"json", FrontEndKind::json}},
-                    options_.frontEnd);
+                return choose("--front-end", optarg,
+                              {{"gtk", FrontEndKind::gtk},
+                               {"terminal", FrontEndKind::terminal},
+                               {"json", FrontEndKind::json},
+                               {"batch", FrontEndKind::batch}},
+                              options_.frontEnd);
             case 'l':
                 return choose("--log", optarg,
                               {{"stderr", LogDestination::standardError},
@@ -155,6 +186,10 @@ private:
             case ':':
                 return UsageError{inQuotes(words_[optind - 1]) + " needs a value"};
             default:
+                if (letter >= firstAnswer) {
+                    answers_[answerOptions[letter - firstAnswer].word] = optarg ? optarg : "";
+                    return std::nullopt;
+                }
                 return unknownOption(words_[optind - 1]);
         }
     }
@@ -180,14 +215,28 @@ private:
         return std::nullopt;
     }
 
+    std::optional<UsageError> readAnswers() {
+        if (options_.frontEnd != FrontEndKind::batch) {
+            if (answers_.empty()) return std::nullopt;
+            return UsageError{answers_.begin()->first + " goes with --front-end batch"};
+        }
+        options_.json = answers_.contains("--json");
+        auto task = taskFor(options_.actionIdentifier, answers_);
+        if (auto* sentence = std::get_if<std::string>(&task)) return UsageError{*sentence};
+        options_.task = std::get<batch::Task>(std::move(task));
+        return std::nullopt;
+    }
+
     static UsageError unknownOption(std::string word) {
         word = word.substr(0, word.find('='));
-        return UsageError{"there is no option " + inQuotes(word) +
-                          suggestion(word, {std::begin(optionWords), std::end(optionWords)})};
+        std::vector<std::string> known(std::begin(optionWords), std::end(optionWords));
+        for (auto& option : answerOptions) known.emplace_back(option.word);
+        return UsageError{"there is no option " + inQuotes(word) + suggestion(word, known)};
     }
 
     std::vector<char*> words_;
     Options options_;
+    AnswerOptions answers_;
     bool commandRead_ = false;
 };
 

@@ -6,9 +6,11 @@
 #include <variant>
 #include <vector>
 
+#include "frontends/batch/task.h"
+
 namespace tobrel::host {
 
-enum class FrontEndKind { automatic, gtk, terminal, json };
+enum class FrontEndKind { automatic, gtk, terminal, json, batch };
 enum class LogDestination { automatic, standardError, journal, none };
 
 struct Options {
@@ -22,6 +24,9 @@ struct Options {
     std::optional<std::string> home;
     FrontEndKind frontEnd = FrontEndKind::automatic;
     LogDestination log = LogDestination::automatic;
+    // With the batch front end: what it is to do, and whether the result is written as JSON.
+    batch::Task task;
+    bool json = false;
 };
 
 // --help or --version: what to print on standard output.

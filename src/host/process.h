@@ -6,7 +6,14 @@
 
 namespace tobrel::host {
 
-enum ExitStatus { completed = 0, cancelled = 1, wrongUsage = 2, itemNotMapped = 3, frontEndCannotRun = 4 };
+enum ExitStatus {
+    completed = 0,
+    cancelled = 1,
+    wrongUsage = 2,
+    itemNotMapped = 3,
+    frontEndCannotRun = 4,
+    notDone = 5,
+};
 
 // Makes the process fit for its work: signals, standard descriptors that are really open.
 void prepareProcess();

@@ -66,7 +66,9 @@ ExitStatus run(const Options& options, const Factories& factories) {
     // The front end may still wait for a reader that never comes.
     unblockEndSignals();
     composition.finishSignals();
-    if (!error) return completed;
+    auto shortfall = composition.frontEnd().shortfall();
+    if (shortfall) say(*shortfall);
+    if (!error) return shortfall ? notDone : completed;
     say(error->domain + " " + std::to_string(error->code) + ": " + error->localizedDescription());
     return delivery.error ? itemNotMapped : cancelled;
 }

@@ -39,6 +39,9 @@ public:
     virtual void mainQueueRanDry(bool changed) = 0;
     // The request has ended, cancelled where there is an error; `changed` as above. No other call follows.
     virtual void requestEnded(const std::optional<NSError>& cancelled, bool changed) = 0;
+    // After requestEnded: why what was asked for was not done, in a sentence, where this front end has to tell its
+    // caller.
+    virtual std::optional<std::string> shortfall() const = 0;
     // Where this front end takes log lines, or null where it shows none.
     virtual OSLogSink* logSink() = 0;
 };
