@@ -60,8 +60,9 @@ void BatchFrontEnd::mainQueueRanDry(bool) {
 
 void BatchFrontEnd::requestEnded(const std::optional<NSError>& cancelled, bool) {
     if (ended_ || cancelled) return;
-    auto rows = sheet::rowsOf(sheet_->rootView());
-    if (!sheet_->isWorking() || seen_.opened) return end(dialogue_->ended(rows, seen_));
+    batch::End result = dialogue_->ended(sheet::rowsOf(sheet_->rootView()), seen_);
+    bool broughtNothing = std::holds_alternative<batch::NotDone>(result);
+    if (!broughtNothing || !sheet_->isWorking()) return end(result);
     std::string unanswered = unanswered_.sentence();
     end(batch::NotDone{unanswered.empty() ? "Closed before the server answered; nothing was changed." : unanswered});
 }
