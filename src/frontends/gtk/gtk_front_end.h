@@ -28,6 +28,7 @@ public:
     void appear() override;
     void mainQueueRanDry(bool changed) override;
     void requestEnded(const std::optional<NSError>& cancelled, bool changed) override;
+    std::optional<std::string> shortfall() const override { return std::nullopt; }
     OSLogSink* logSink() override { return nullptr; }
 
     void clearContents() override;
