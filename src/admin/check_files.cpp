@@ -37,19 +37,17 @@ std::string quoted(const std::string& path) {
     return word + "'";
 }
 
-// A file manager and where the files that show the commands in it lie, below a folder for shared data.
+// A file manager and the menu that goes into it, below a folder for shared data.
 struct FileManager {
     const char* program;
-    std::vector<const char*> integration;
+    const char* menu;
 };
-const FileManager fileManagers[] = {
-    {"nautilus", {"nautilus-python/extensions/*tobrel*", "../lib/*/nautilus/extensions-4/*tobrel*"}},
-    {"nemo", {"nemo/actions/*tobrel*", "nemo-python/extensions/*tobrel*"}},
-    {"dolphin", {"kio/servicemenus/*tobrel*"}},
-    {"caja", {"file-manager/actions/*tobrel*", "caja-python/extensions/*tobrel*"}},
-    {"pcmanfm", {"file-manager/actions/*tobrel*"}},
-    {"pcmanfm-qt", {"file-manager/actions/*tobrel*"}},
-    {"thunar", {"file-manager/actions/*tobrel*", "../lib/*/thunarx-3/*tobrel*"}},
+constexpr FileManager fileManagers[] = {
+    {"nautilus", "../lib/*/nautilus/extensions-4/libtobrel-nautilus.so"},
+    {"nemo", "../lib/*/nemo/extensions-3.0/libtobrel-nemo.so"},
+    {"caja", "../lib/*/caja/extensions-2.0/libtobrel-caja.so"},
+    {"thunar", "../lib/*/thunarx-3/libtobrel-thunar.so"},
+    {"dolphin", "kio/servicemenus/tobrel.desktop"},
 };
 
 std::vector<std::string> folders(const char* variable, const char* otherwise) {
@@ -134,27 +132,26 @@ std::vector<Finding> checkDomains(Composition& composition) {
     return findings;
 }
 
-Finding checkFileManagers(const Invocation& invocation) {
-    constexpr const char* check = "file managers";
-    if (invocation.home) return {check, "not looked at with --home", ""};
+std::vector<Finding> checkFileManagers(const Invocation& invocation) {
+    constexpr const char* check = "file manager";
+    if (invocation.home) return {{check, "not looked at with --home", ""}};
     auto places = folders("XDG_DATA_DIRS", "/usr/local/share:/usr/share");
     const char* own = std::getenv("XDG_DATA_HOME");
     places.push_back(own && *own ? own : Paths::home() + "/.local/share");
 
-    std::string ready;
-    std::string missing;
+    std::vector<Finding> findings;
     for (const FileManager& manager : fileManagers) {
-        if (!isInstalled(manager.program)) continue;
-        bool found = false;
-        for (const std::string& place : places)
-            for (const char* pattern : manager.integration) found = found || exists(place + "/" + pattern);
-        std::string& list = found ? ready : missing;
-        list += (list.empty() ? "" : ", ") + std::string(manager.program);
+        const std::string name = manager.program;
+        if (!isInstalled(name)) continue;
+        bool found = std::any_of(places.begin(), places.end(),
+                                 [&](const std::string& place) { return exists(place + "/" + manager.menu); });
+        if (found)
+            findings.push_back({check, name + " has Tobrel's menu", ""});
+        else
+            findings.push_back({check, name + " lacks Tobrel's menu", "install the package tobrel-actions-" + name});
     }
-    if (!missing.empty())
-        return {check, "the commands are missing in " + missing, "install Tobrel's file-manager integration"};
-    if (ready.empty()) return {check, "none is installed; the commands are there as tobrel-action", ""};
-    return {check, "the commands are there in " + ready, ""};
+    if (findings.empty()) return {{check, "none is installed; the commands are there as tobrel-action", ""}};
+    return findings;
 }
 
 }  // namespace tobrel::admin

@@ -27,7 +27,7 @@ Finding checkSettings(Composition& composition);
 std::vector<Finding> checkServer(Composition& composition);
 Finding checkKeychain(Composition& composition);
 std::vector<Finding> checkDomains(Composition& composition);
-Finding checkFileManagers(const Invocation& invocation);
+std::vector<Finding> checkFileManagers(const Invocation& invocation);
 
 // What an answer to that question says.
 std::vector<Finding> judge(const URLSessionAnswer& answer, const std::string& server, const KeySource& key);

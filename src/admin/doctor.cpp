@@ -41,7 +41,7 @@ int runDoctor(const Invocation& invocation) {
     tell({checkKeychain(composition)});
     tell(checkServer(composition));
     tell(checkDomains(composition));
-    tell({checkFileManagers(invocation)});
+    tell(checkFileManagers(invocation));
     return allGood ? 0 : 1;
 }
 

@@ -129,7 +129,7 @@ TEST_F(SettingUp, a_terminal_shows_nothing_of_the_key_and_is_left_as_it_was) {
 TEST_F(SettingUp, doctor_says_for_each_fault_what_to_do) {
     for (const char* check : {"private folder", "settings", "server", "key"})
         EXPECT_THAT(diagnosis(check), HasSubstr("✗ ")) << check;
-    for (const char* check : {"keychain", "domain", "file managers"})
+    for (const char* check : {"keychain", "domain", "file manager"})
         EXPECT_THAT(diagnosis(check), HasSubstr("✓ ")) << check;
 
     ScriptedServer server;
