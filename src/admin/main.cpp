@@ -7,6 +7,7 @@
 
 #include "admin/subcommand.h"
 #include "text/harmless_text.h"
+#include "text/path.h"
 
 using namespace tobrel;
 using namespace tobrel::admin;
@@ -90,7 +91,7 @@ int main(int count, char* words[]) {
                 std::error_code error;
                 auto home = std::filesystem::absolute(optarg, error);
                 if (error || !*optarg) return misused("--home needs a folder");
-                invocation.home = home.lexically_normal().native();
+                invocation.home = withoutDots(home.native());
                 break;
             }
             case 'j':

@@ -38,8 +38,8 @@ std::optional<URLRequest> request(std::string_view path, std::string_view method
     if (!url) return std::nullopt;
 
     std::string apiKey = Config::apiKey();
-    os_log(uilog(), OSLogType::error, "%{public}@ %{public}@ (key %d chars)", method, url->absoluteString(),
-           lengthInCharacters(apiKey));
+    osLog(uilog(), OSLogType::error, "%{public}@ %{public}@ (key %d chars)", method, url->absoluteString(),
+          lengthInCharacters(apiKey));
 
     URLRequest request{.url = url->absoluteString(), .httpMethod = std::string(method), .timeoutInterval = 30};
     request.setValue(std::move(apiKey), "X-API-Key");

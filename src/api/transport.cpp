@@ -15,12 +15,12 @@ void log(const Reading& reading, const URLSessionAnswer& answer, const std::stri
         case AnswerKind::success:
             return;
         case AnswerKind::unreachable:
-            return os_log(uilog(), OSLogType::error, "%{public}@ failed: %{public}@", label,
-                          answer.error->localizedDescription());
+            return osLog(uilog(), OSLogType::error, "%{public}@ failed: %{public}@", label,
+                         answer.error->localizedDescription());
         case AnswerKind::refused:
-            return os_log(uilog(), OSLogType::error, "%{public}@ -> HTTP %d", label, reading.status);
+            return osLog(uilog(), OSLogType::error, "%{public}@ -> HTTP %d", label, reading.status);
         case AnswerKind::unreadable:
-            return os_log(uilog(), OSLogType::error, "%{public}@ -> unreadable response", label);
+            return osLog(uilog(), OSLogType::error, "%{public}@ -> unreadable response", label);
     }
 }
 

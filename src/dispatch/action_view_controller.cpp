@@ -1,5 +1,7 @@
 #include "dispatch/action_view_controller.h"
 
+#include "dispatch/uilog.h"
+
 namespace tobrel {
 
 TobrelActionViewController::TobrelActionViewController()
@@ -42,6 +44,7 @@ bool TobrelActionViewController::performSelector(std::string_view selector, NSVi
         (this->*action.method)(sender);
         return true;
     }
+    osLog(uilog(), OSLogType::error, "no action %{public}@", selector);
     return false;
 }
 

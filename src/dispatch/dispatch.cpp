@@ -47,7 +47,7 @@ void TobrelActionViewController::prepareForAction(const std::string& actionIdent
         show("Opening in your browser…");
         resolve(itemIdentifiers, resolved(&TobrelActionViewController::viewOnline));
     } else {
-        os_log(uilog(), OSLogType::error, "unknown action %{public}@", actionIdentifier);
+        osLog(uilog(), OSLogType::error, "unknown action %{public}@", actionIdentifier);
         extensionContext().cancelRequestWithError({FPUIErrorDomain, FPUIExtensionErrorCodeFailed, {}});
     }
 }
@@ -57,8 +57,8 @@ void TobrelActionViewController::prepareForError(const NSError& error) {
 }
 
 void TobrelActionViewController::requestPins(const ItemIdentifiers& itemIdentifiers, bool pinned) {
-    os_log(uilog(), OSLogType::error, "%{public}@: %d item(s)", pinned ? "make available offline" : "make online-only",
-           itemIdentifiers.size());
+    osLog(uilog(), OSLogType::error, "%{public}@: %d item(s)", pinned ? "make available offline" : "make online-only",
+          itemIdentifiers.size());
     PinFile::request(itemIdentifiers, pinned);
     label->setStringValue(pinned ? "Made available offline" : "Made online-only");
     done->setHidden(true);

@@ -66,7 +66,7 @@ void TobrelActionViewController::revokeTapped(NSView* sender) {
 
     API::revokeGrant(grantID, [self = self(), grantID, leaving](const ApiResult& result) {
         if (!result.json) return self->show("Could not stop sharing: " + result.error.value_or("unknown error"));
-        os_log(uilog(), OSLogType::info, "revoked grant %{public}@", grantID);
+        osLog(uilog(), OSLogType::info, "revoked grant %{public}@", grantID);
         platform::request().mainQueue.async([self, leaving] {
             auto folder = self->manageFolder;
             if (leaving) return self->show(leftMessage(folder ? folder->name : "the folder"));

@@ -93,7 +93,7 @@ std::string TobrelActionViewController::expiryLine(const std::optional<std::stri
 void TobrelActionViewController::copyExisting(NSView*) {
     if (!existingLink) return;
     copyToPasteboard(*existingLink);
-    os_log(uilog(), OSLogType::info, "existing share link copied");
+    osLog(uilog(), OSLogType::info, "existing share link copied");
     show(copiedMessage(*existingLink));
 }
 
@@ -118,7 +118,7 @@ void TobrelActionViewController::submitLink(NSView*) {
         if (!share.url) return self->show("Could not create the share link: " + share.error.value_or("unknown error"));
         // Queued before the message, which says that it has happened.
         platform::request().mainQueue.async([url = *share.url] { copyToPasteboard(url); });
-        os_log(uilog(), OSLogType::info, "share created, expires in %d day(s)", days);
+        osLog(uilog(), OSLogType::info, "share created, expires in %d day(s)", days);
         self->show(copiedMessage(*share.url) + "\n" + expiryLine(share.expiresAt));
     };
     API::createShare(pendingLink->name, pendingLink->keys, pendingLink->prefix, days, created);

@@ -39,7 +39,7 @@ void TobrelActionViewController::submitShare(NSView*) {
     show("Sharing…");
     API::createGrant(shareFolderID, email, role, [self = self(), email, role, canEdit](const ApiResult& result) {
         if (!result.json) return self->show("Could not share: " + result.error.value_or("unknown error"));
-        os_log(uilog(), OSLogType::info, "shared folder with %{public}@ (%{public}@)", email, role);
+        osLog(uilog(), OSLogType::info, "shared folder with %{public}@ (%{public}@)", email, role);
         self->show("Shared with " + email + ", " + (canEdit ? "can edit" : "view only") +
                    ".\nIt appears in their Tobrel under “Shared with me”.");
     });

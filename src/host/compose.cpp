@@ -9,6 +9,7 @@
 #include "host/program.h"
 #include "platform/front_end.h"
 #include "platform/linux/data_folder.h"
+#include "platform/linux/end_signals.h"
 #include "platform/linux/file_provider/file_provider.h"
 #include "platform/linux/file_provider/item_mapping.h"
 #include "platform/linux/files_posix.h"
@@ -73,6 +74,7 @@ public:
     LinuxComposition(const Options& options, const Factories& factories)
         : users_(options.home),
           loop_(factories.loop()),
+          endSignals_(asksServer(options) ? std::make_unique<LinuxEndSignals>(*loop_) : nullptr),
           browser_(factories.browser()),
           frontEnd_(factories.frontEnd(options, *browser_)) {}
 
@@ -101,6 +103,7 @@ public:
 
     MainLoop& loop() override { return *loop_; }
     FrontEnd& frontEnd() override { return *frontEnd_; }
+    std::unique_ptr<EndSignals> takeEndSignals() override { return std::move(endSignals_); }
     const WorkCounter& work() override { return work_; }
     const Selection& selection() override { return selection_; }
     void finishSignals() override { fileProvider_->waitForSignals(); }
@@ -110,6 +113,8 @@ private:
     PosixFiles files_;
     const std::unique_ptr<MainLoop> loop_;
     WorkCounter work_{*loop_};
+    // Before whatever starts threads.
+    std::unique_ptr<LinuxEndSignals> endSignals_;
     const std::unique_ptr<NSWorkspace> browser_;
     std::unique_ptr<OnlineParts> online_;
     const std::unique_ptr<FrontEnd> frontEnd_;

@@ -10,6 +10,7 @@
 #include "platform/file_provider.h"
 
 namespace tobrel {
+class EndSignals;
 class FrontEnd;
 class MainLoop;
 class WorkCounter;
@@ -34,6 +35,8 @@ public:
     virtual ~Composition() = default;
     virtual MainLoop& loop() = 0;
     virtual FrontEnd& frontEnd() = 0;
+    // Null where each of them simply ends the process.
+    virtual std::unique_ptr<EndSignals> takeEndSignals() = 0;
     // What the request's parts have not answered yet.
     virtual const WorkCounter& work() = 0;
     virtual const Selection& selection() = 0;

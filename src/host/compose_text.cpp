@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "frontends/batch/batch_front_end.h"
 #include "frontends/json/json_front_end.h"
 #include "frontends/terminal/terminal_front_end.h"
@@ -26,7 +28,7 @@ std::unique_ptr<FrontEnd> makeTextFrontEnd(const Options& options, NSWorkspace& 
     if (options.frontEnd == FrontEndKind::batch)
         return std::make_unique<BatchFrontEnd>(
             options.task, options.json ? BatchFrontEnd::Form::json : BatchFrontEnd::Form::plain, STDOUT_FILENO);
-    bool inputIsTaken = options.itemsFrom == "-";
+    bool inputIsTaken = std::ranges::count(options.itemsFrom, "-") > 0;
     int input = inputIsTaken ? -1 : STDIN_FILENO;
     if (options.frontEnd == FrontEndKind::json) return std::make_unique<JsonFrontEnd>(STDOUT_FILENO, input);
     return std::make_unique<TerminalFrontEnd>(input, STDOUT_FILENO, TerminalEnvironment::ofProcess(), browser);

@@ -4,9 +4,9 @@
 
 #include "host/compose_gtk.h"
 #include "host/compose_online.h"
+#include "host/compose_window.h"
 #include "host/factories.h"
 #include "host/run.h"
-#include "host/window_program.h"
 
 using namespace tobrel::host;
 

@@ -10,6 +10,7 @@
 #include "host/answers.h"
 #include "text/harmless_text.h"
 #include "text/nearest_word.h"
+#include "text/path.h"
 
 namespace tobrel::host {
 
@@ -28,6 +29,7 @@ Commands:
   manage               see and end a folder's sharing, or leave it
   online               open the item in the web interface
   action IDENTIFIER    deliver any action identifier
+  help                 print this text
 
 An ITEM is a path, a file:// address, or id:IDENTIFIER.
 
@@ -106,15 +108,17 @@ public:
         };
         // "-": words come in their order, as letter 1; ":": getopt prints nothing itself.
         optind = 0;
-        for (int letter; (letter = getopt_long(count(), words_.data(), "-:0", longOptions, nullptr)) != -1;)
+        for (int letter; (letter = getopt_long(count(), words_.data(), "-:0", longOptions, nullptr)) != -1;) {
             if (auto end = letter == 1 ? readWord(optarg) : readOption(letter)) return *std::move(end);
+            next_ = optind;
+        }
         while (optind < count())
             if (auto end = readWord(words_[optind++])) return *std::move(end);
 
         if (!commandRead_) return UsageError{"no command given; see tobrel-action --help"};
         if (options_.home && options_.log == LogDestination::journal)
             return UsageError{"--log journal asks a service outside of --home's folder; leave one of them out"};
-        if (options_.itemsEndWithNul && !options_.itemsFrom) return UsageError{"-0 goes with --items-from"};
+        if (options_.itemsEndWithNul && options_.itemsFrom.empty()) return UsageError{"-0 goes with --items-from"};
         if (auto error = readAnswers()) return *error;
         return std::move(options_);
     }
@@ -142,7 +146,8 @@ private:
             options_.actionIdentifier = words_[optind++];
             return std::nullopt;
         }
-        std::vector<std::string> known{"action"};
+        if (word == "help") return Information{usage};
+        std::vector<std::string> known{"action", "help"};
         for (const auto& command : commands) {
             if (word == command.word) {
                 options_.actionIdentifier = command.identifier;
@@ -156,7 +161,7 @@ private:
     std::optional<End> readOption(int letter) {
         switch (letter) {
             case 'i':
-                options_.itemsFrom = optarg;
+                options_.itemsFrom.emplace_back(optarg);
                 return std::nullopt;
             case '0':
                 options_.itemsEndWithNul = true;
@@ -190,7 +195,7 @@ private:
                     answers_[answerOptions[letter - firstAnswer].word] = optarg ? optarg : "";
                     return std::nullopt;
                 }
-                return unknownOption(words_[optind - 1]);
+                return unknownOption(words_[static_cast<std::size_t>(next_)]);
         }
     }
 
@@ -210,8 +215,8 @@ private:
         if (folder.empty()) return UsageError{"--home needs a folder"};
         std::error_code error;
         auto absolute = std::filesystem::absolute(folder, error);
-        if (error) return UsageError{"--home " + inQuotes(folder) + ": the working folder has gone"};
-        options_.home = absolute.lexically_normal().native();
+        if (error) return UsageError{"--home " + inQuotes(folder) + ": the current folder no longer exists"};
+        options_.home = withoutDots(absolute.native());
         return std::nullopt;
     }
 
@@ -228,6 +233,9 @@ private:
     }
 
     static UsageError unknownOption(std::string word) {
+        if (!word.starts_with("--"))
+            return UsageError{"there is no option " + inQuotes(word) +
+                              "; items that begin with a dash go behind \"--\""};
         word = word.substr(0, word.find('='));
         std::vector<std::string> known(std::begin(optionWords), std::end(optionWords));
         for (auto& option : answerOptions) known.emplace_back(option.word);
@@ -238,23 +246,14 @@ private:
     Options options_;
     AnswerOptions answers_;
     bool commandRead_ = false;
+    // The word that getopt looks at next; of several letters in one word it does not tell which word that was.
+    int next_ = 1;
 };
 
 }  // namespace
 
 std::variant<Options, Information, UsageError> parseOptions(int count, char* const words[]) {
     return Parser(count, words).parse();
-}
-
-std::vector<std::string> itemsOf(std::string_view content, bool endWithNul) {
-    const char separator = endWithNul ? '\0' : '\n';
-    std::vector<std::string> items;
-    while (!content.empty()) {
-        std::size_t end = std::min(content.find(separator), content.size());
-        if (end > 0) items.emplace_back(content.substr(0, end));
-        content.remove_prefix(std::min(end + 1, content.size()));
-    }
-    return items;
 }
 
 }  // namespace tobrel::host

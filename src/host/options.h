@@ -15,9 +15,9 @@ enum class LogDestination { automatic, standardError, journal, none };
 
 struct Options {
     std::string actionIdentifier;
-    // As given: paths, file URIs and id:IDENTIFIER words, still without those of itemsFrom.
+    // As given: paths, file URIs and id:IDENTIFIER words, still without those of the itemsFrom files.
     std::vector<std::string> items;
-    std::optional<std::string> itemsFrom;
+    std::vector<std::string> itemsFrom;
     bool itemsEndWithNul = false;
     std::optional<std::string> domain;
     // Absolute.
@@ -29,7 +29,7 @@ struct Options {
     bool json = false;
 };
 
-// --help or --version: what to print on standard output.
+// help, --help or --version: what to print on standard output.
 struct Information {
     std::string text;
 };
@@ -39,8 +39,5 @@ struct UsageError {
 };
 
 std::variant<Options, Information, UsageError> parseOptions(int count, char* const words[]);
-
-// The items of `content`, as --items-from reads them.
-std::vector<std::string> itemsOf(std::string_view content, bool endWithNul);
 
 }  // namespace tobrel::host

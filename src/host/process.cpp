@@ -5,6 +5,9 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <exception>
+#include <new>
+#include <system_error>
 
 #include "text/harmless_text.h"
 
@@ -20,7 +23,34 @@ void writeAll(int descriptor, std::string_view text) {
     }
 }
 
+constexpr const char* noMemory = "there is not enough memory; close other programs or raise the limit (ulimit -v)";
+
+// For exceptions that no caller can catch: those of other threads.
+void endAtOnce() {
+    try {
+        if (std::current_exception()) throw;
+    } catch (const std::bad_alloc&) {
+        writeAll(STDERR_FILENO, "tobrel-action: ");
+        writeAll(STDERR_FILENO, noMemory);
+        writeAll(STDERR_FILENO, "\n");
+        struct sigaction action;
+        bool leavesTerminalBehind = sigaction(SIGABRT, nullptr, &action) == 0 && action.sa_handler != SIG_DFL;
+        if (!leavesTerminalBehind) _exit(cancelled);
+    } catch (...) {
+    }
+    std::abort();
+}
+
 }  // namespace
+
+std::string describe(const std::exception& exception) {
+    if (dynamic_cast<const std::bad_alloc*>(&exception)) return noMemory;
+    auto* refusal = dynamic_cast<const std::system_error*>(&exception);
+    if (!refusal) return std::string("this cannot go on: ") + exception.what();
+    if (refusal->code() == std::errc::too_many_files_open)
+        return "too many files are open; close some, or raise the limit (ulimit -n)";
+    return "the system refuses what this needs: " + refusal->code().message();
+}
 
 void prepareProcess() {
     // A file opened later must not become standard output where the caller closed that.
@@ -29,6 +59,7 @@ void prepareProcess() {
     // A reader that has gone and a file that may not grow are failed writes, not ends.
     signal(SIGPIPE, SIG_IGN);
     signal(SIGXFSZ, SIG_IGN);
+    std::set_terminate(endAtOnce);
 }
 
 Options readCommandLine(int count, char* const words[]) {

@@ -3,7 +3,8 @@
 #include <utility>
 
 #include "dispatch/action_view_controller.h"
-#include "host/end_signals.h"
+#include "host/compose.h"
+#include "platform/end_signals.h"
 #include "platform/front_end.h"
 #include "platform/main_loop.h"
 #include "platform/work_counter.h"
@@ -68,13 +69,16 @@ private:
 
 }  // namespace
 
-std::optional<NSError> runRequest(const Delivery& delivery, FrontEnd& frontEnd, MainLoop& loop,
-                                  const WorkCounter& work) {
+std::optional<NSError> runRequest(const Delivery& delivery, Composition& composition) {
+    FrontEnd& frontEnd = composition.frontEnd();
+    MainLoop& loop = composition.loop();
+    // From the request's end on each ends the process: the front end may still wait for a reader that never comes.
+    const auto endSignals = composition.takeEndSignals();
     auto context = std::make_shared<RequestContext>(delivery.domainIdentifier, loop);
     auto controller = TobrelActionViewController::initWithNibName(std::nullopt, nullptr);
     controller->setExtensionContext(context);
     controller->loadView();
-    RequestSheet sheet(controller, loop, work);
+    RequestSheet sheet(controller, loop, composition.work());
     frontEnd.attach(sheet, loop);
 
     if (delivery.error)
@@ -83,12 +87,13 @@ std::optional<NSError> runRequest(const Delivery& delivery, FrontEnd& frontEnd, 
         controller->prepareForAction(delivery.actionIdentifier, delivery.items);
 
     if (!context->ended()) {
-        EndSignals signals(loop, [&sheet] { sheet.close(); });
+        if (endSignals) endSignals->setHandler([&sheet] { sheet.close(); });
         loop.setDryHandler([&] { frontEnd.mainQueueRanDry(sheet.takeChange()); });
         frontEnd.appear();
         controller->viewDidAppear();
         if (!context->ended()) loop.run();
         loop.setDryHandler({});
+        if (endSignals) endSignals->setHandler({});
     }
     frontEnd.requestEnded(context->error(), sheet.takeChange());
     return context->error();

@@ -7,13 +7,9 @@
 #include "platform/error.h"
 #include "platform/file_provider.h"
 
-namespace tobrel {
-class FrontEnd;
-class MainLoop;
-class WorkCounter;
-}  // namespace tobrel
-
 namespace tobrel::host {
+
+class Composition;
 
 // What the host hands to a controller.
 struct Delivery {
@@ -25,9 +21,7 @@ struct Delivery {
 };
 
 // Carries one request from its controller's making to its end; returns the error that it was cancelled with, if any.
-// The platform has been installed; its parts count what they have not answered in `work`. The sheet comes on screen
-// only when the request outlives its delivery.
-std::optional<NSError> runRequest(const Delivery& delivery, FrontEnd& frontEnd, MainLoop& loop,
-                                  const WorkCounter& work);
+// The sheet comes on screen only when the request outlives its delivery.
+std::optional<NSError> runRequest(const Delivery& delivery, Composition& composition);
 
 }  // namespace tobrel::host

@@ -39,7 +39,7 @@ struct Value {
 void formatDoesNotMatchItsArguments();
 
 template <class... Arguments>
-consteval void check(std::string_view format) {
+consteval void checkFormat(std::string_view format) {
     constexpr bool isNumber[] = {std::integral<std::remove_cvref_t<Arguments>>..., false};
     std::size_t argument = 0;
     for (std::size_t at = format.find('%'); at != format.npos; at = format.find('%', at + 1)) {
@@ -54,7 +54,7 @@ consteval void check(std::string_view format) {
 
 template <class... Arguments>
 struct Format {
-    consteval Format(const char* text) : text(text) { check<Arguments...>(text); }
+    consteval Format(const char* text) : text(text) { checkFormat<Arguments...>(text); }
     const char* text;
 };
 
@@ -65,8 +65,8 @@ void write(const OSLog& log, OSLogType type, std::string_view format, const Valu
 // Writes one line to the platform's log sink. The format knows `%{public}@` (text) and `%d` (a whole number) and is
 // checked against the arguments while compiling.
 template <class... Arguments>
-void os_log(const OSLog& log, OSLogType type, log_detail::Format<std::type_identity_t<Arguments>...> format,
-            const Arguments&... arguments) {
+void osLog(const OSLog& log, OSLogType type, log_detail::Format<std::type_identity_t<Arguments>...> format,
+           const Arguments&... arguments) {
     const log_detail::Value values[] = {arguments..., log_detail::Value("")};
     log_detail::write(log, type, format.text, values);
 }

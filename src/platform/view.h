@@ -52,7 +52,7 @@ struct NSFont {
     static NSFont boldSystemFontOfSize(CGFloat size) { return {size, true}; }
 };
 
-// Receives a control's action by the selector's text. Returns false for a selector it does not have.
+// Receives a control's action by the selector's text. Returns false, and logs, for a selector it does not have.
 class ActionTarget {
 public:
     virtual ~ActionTarget() = default;

@@ -42,8 +42,8 @@ void confirmIdentifier(const std::shared_ptr<Resolution>& resolution, DispatchGr
                 std::lock_guard guard(resolution->lock);
                 resolution->resolved.push_back(*item);
             } else {
-                os_log(uilog(), OSLogType::error, "no identifier for %{public}@: %{public}@", url.lastPathComponent(),
-                       describe(error));
+                osLog(uilog(), OSLogType::error, "no identifier for %{public}@: %{public}@", url.lastPathComponent(),
+                      describe(error));
             }
             group.leave();
         });
@@ -63,7 +63,7 @@ void resolveItems(std::shared_ptr<NSFileProviderManager> manager,
                     confirmIdentifier(resolution, group, *url);
                     return;
                 }
-                os_log(uilog(), OSLogType::error, "no url for %{public}@: %{public}@", item, describe(error));
+                osLog(uilog(), OSLogType::error, "no url for %{public}@: %{public}@", item, describe(error));
                 group.leave();
             });
     }
@@ -82,7 +82,7 @@ void TobrelActionViewController::resolve(const ItemIdentifiers& selection, Resol
                 resolveItems(std::move(manager), selection, std::move(completion));
                 return;
             }
-            os_log(uilog(), OSLogType::error, "no manager for domain %{public}@", domainIdentifier.value_or("?"));
+            osLog(uilog(), OSLogType::error, "no manager for domain %{public}@", domainIdentifier.value_or("?"));
             completion({}, nullptr);
         });
 }

@@ -136,10 +136,11 @@ TEST_F(DispatchTest, AnInitialiserWithoutAnArchiveMakesNoController) {
     EXPECT_EQ(made->rootView, nullptr);
 }
 
-TEST_F(DispatchTest, AnUnknownSelectorIsRefused) {
+TEST_F(DispatchTest, AnUnknownSelectorIsRefusedAndLogged) {
     EXPECT_FALSE(controller->performSelector("closeSheet", nullptr));
     EXPECT_FALSE(controller->performSelector("", nullptr));
     EXPECT_TRUE(context->ends.empty());
+    EXPECT_EQ(world.log.lines(), (Lines{"error: no action closeSheet", "error: no action "}));
     EXPECT_TRUE(controller->performSelector("closeSheet:", nullptr));
     EXPECT_EQ(context->ends, Lines{"completed"});
 }

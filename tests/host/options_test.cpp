@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "host/items_from.h"
 #include "host/program.h"
+#include "support/temporary_folder.h"
 
 namespace tobrel::host {
 
@@ -54,6 +56,7 @@ TEST(Options, SayInOneSentenceWhatIsWrong) {
         {{"keep", "--front-ent", "json"}, "there is no option “--front-ent”; did you mean --front-end?"},
         {{"keep", "--frontend=json"}, "did you mean --front-end?"},
         {{"keep", "-x"}, "there is no option “-x”"},
+        {{"keep", "a", "-0dash"}, "there is no option “-0dash”; items that begin with a dash go behind \"--\""},
         {{"keep", "--domain"}, "“--domain” needs a value"},
         {{"keep", "--front-end", "jsn"}, "--front-end does not take “jsn”; did you mean json?"},
         {{"keep", "--log", "file"}, "--log does not take “file”"},
@@ -87,6 +90,35 @@ TEST(Options, ChooseTheProgram) {
         {{"action", "else", "--front-end", "gtk"}, Program::gtk},
     };
     for (const auto& c : cases) EXPECT_EQ(programFor(parsed(c.words)), c.program) << ::testing::PrintToString(c.words);
+}
+
+TEST(ItemsFrom, FollowTheOthersFileByFileAndAreBounded) {
+    testing::TemporaryFolder folder;
+    testing::writeFile(folder.file("one"), "b\nc\n");
+    testing::writeFile(folder.file("two"), "d");
+    std::string lines;
+    for (int i = 0; i < 1'000'000; ++i) lines += "x\n";
+    testing::writeFile(folder.file("many"), lines);
+    struct {
+        Words files;
+        std::variant<Words, const char*> expected;
+    } const cases[] = {
+        {{folder.file("one"), folder.file("two")}, Words{"a", "b", "c", "d"}},
+        {{folder.file("one"), folder.file("none")}, "cannot be read: No such file"},
+        {{folder.path()}, "cannot be read: Is a directory"},
+        {{"/dev/zero"}, "is larger than 64 MiB"},
+        {{folder.file("many")}, "more than a million items"},
+    };
+    for (const auto& c : cases) {
+        Options options;
+        options.items = {"a"};
+        options.itemsFrom = c.files;
+        auto items = allItems(options);
+        if (auto* expected = std::get_if<Words>(&c.expected))
+            EXPECT_EQ(std::get<Words>(items), *expected);
+        else
+            EXPECT_NE(std::get<UsageError>(items).sentence.find(std::get<const char*>(c.expected)), std::string::npos);
+    }
 }
 
 TEST(ItemsFrom, SkipsBlankLinesAndTrimsNothing) {

@@ -45,4 +45,9 @@ TEST(LastPathComponent, IgnoresTrailingSlashes) {
     for (const auto& c : cases) EXPECT_EQ(lastPathComponent(c.path), c.last) << c.path;
 }
 
+TEST(Path, LosesItsDotsButNotThoseThatLeadUp) {
+    for (auto [path, without] : {std::pair("/a/./b//c/.", "/a/b/c"), {"/a/../b/", "/a/../b"}, {"/./", "/"}})
+        EXPECT_EQ(withoutDots(path), without);
+}
+
 }  // namespace tobrel

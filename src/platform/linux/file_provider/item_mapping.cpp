@@ -1,6 +1,9 @@
 #include "platform/linux/file_provider/item_mapping.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <optional>
 
 #include "text/harmless_text.h"
@@ -41,6 +44,21 @@ std::optional<std::string> percentDecoded(std::string_view text) {
     return decoded;
 }
 
+bool exists(const std::string& path) {
+    struct stat status;
+    return lstat(path.c_str(), &status) == 0 || (errno != ENOENT && errno != ENOTDIR);
+}
+
+// Said behind the word's name.
+std::string whyUnmapped(const std::string& path, const RegisteredDomain* domain) {
+    if (!exists(path)) return " does not exist; check the name.";
+    if (!domain)
+        return " lies outside of the registered domains (tobrel-admin domain list); "
+               "register its folder with: tobrel-admin domain add ID DIR";
+    return " is not registered in the domain " + inQuotes(domain->identifier) +
+           "; its sync client does that, or: tobrel-admin item add DOMAIN ITEM PATH";
+}
+
 }  // namespace
 
 bool isFileUri(std::string_view word) {
@@ -57,15 +75,17 @@ std::optional<std::string> pathOfFileUri(std::string_view uri) {
 }
 
 Outcome<MappedItem> ItemMapping::map(std::string_view word) {
-    if (word.empty() || word.find('\0') != word.npos) return Failure{inQuotes(word) + " is no path."};
+    if (word.empty() || word.find('\0') != word.npos) return Failure{inQuotes(word) + " is not a path."};
     std::optional<std::string> path;
     if (isFileUri(word)) {
         path = pathOfFileUri(word);
-        if (!path) return Failure{inQuotes(word) + " is no address of a file on this computer."};
+        if (!path) return Failure{inQuotes(word) + " is not the address of a file on this computer."};
     } else if (word.starts_with('/')) {
         path = word;
     } else {
-        if (workingDirectory_.empty()) return Failure{inQuotes(word) + " leads nowhere: the working folder has gone."};
+        if (workingDirectory_.empty())
+            return Failure{inQuotes(word) +
+                           ": the current folder no longer exists; go to another, or give the whole path."};
         path = pathIn(workingDirectory_, word);
     }
 
@@ -76,9 +96,7 @@ Outcome<MappedItem> ItemMapping::map(std::string_view word) {
     }
     auto place = find(*path);
     if (!place) return place.failure();
-    if (!place->domain) return Failure{inQuotes(word) + " lies in no registered domain."};
-    if (!place->item)
-        return Failure{inQuotes(word) + " is not known to the domain " + inQuotes(place->domain->identifier) + "."};
+    if (!place->domain || !place->item) return Failure{inQuotes(word) + whyUnmapped(*path, place->domain)};
     return MappedItem{place->domain->identifier, std::move(*place->item)};
 }
 

@@ -1,4 +1,4 @@
-#include "host/window_program.h"
+#include "host/compose_window.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -15,8 +15,8 @@
 #include <filesystem>
 #include <vector>
 
-#include "host/end_signals.h"
 #include "host/process.h"
+#include "platform/linux/end_signals.h"
 
 extern char** environ;
 

@@ -1,0 +1,60 @@
+#include "host/items_from.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
+
+#include "text/harmless_text.h"
+
+namespace tobrel::host {
+
+namespace {
+
+constexpr std::size_t largestFile = std::size_t{64} * 1024 * 1024;
+constexpr std::size_t mostItems = 1'000'000;
+
+// Why there is no content, in words, or nothing; reads no further than the limit.
+std::string readAll(const std::string& path, std::string& content) {
+    int descriptor = path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor == -1) return " cannot be read: " + std::generic_category().message(errno);
+    char buffer[64 * 1024];
+    ssize_t count;
+    while ((count = read(descriptor, buffer, sizeof buffer)) > 0 && content.size() <= largestFile)
+        content.append(buffer, static_cast<std::size_t>(count));
+    int error = count < 0 ? errno : 0;
+    close(descriptor);
+    if (error) return " cannot be read: " + std::generic_category().message(error);
+    return content.size() > largestFile ? " is larger than 64 MiB; give fewer items at a time" : "";
+}
+
+}  // namespace
+
+std::variant<std::vector<std::string>, UsageError> allItems(const Options& options) {
+    std::vector<std::string> items = options.items;
+    for (const std::string& file : options.itemsFrom) {
+        std::string content;
+        std::string refusal = readAll(file, content);
+        if (refusal.empty())
+            for (auto& item : itemsOf(content, options.itemsEndWithNul)) items.push_back(std::move(item));
+        if (refusal.empty() && items.size() > mostItems)
+            refusal = " makes more than a million items; give fewer at a time";
+        if (!refusal.empty()) return UsageError{"--items-from " + inQuotes(file) + refusal};
+    }
+    return items;
+}
+
+std::vector<std::string> itemsOf(std::string_view content, bool endWithNul) {
+    const char separator = endWithNul ? '\0' : '\n';
+    std::vector<std::string> items;
+    while (!content.empty()) {
+        std::size_t end = std::min(content.find(separator), content.size());
+        if (end > 0) items.emplace_back(content.substr(0, end));
+        content.remove_prefix(std::min(end + 1, content.size()));
+    }
+    return items;
+}
+
+}  // namespace tobrel::host

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "host/options.h"
+
+namespace tobrel::host {
+
+// All items of the command line, those of the --items-from files behind the others.
+std::variant<std::vector<std::string>, UsageError> allItems(const Options& options);
+
+// The items of a file's content.
+std::vector<std::string> itemsOf(std::string_view content, bool endWithNul);
+
+}  // namespace tobrel::host
