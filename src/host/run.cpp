@@ -6,6 +6,7 @@
 #include "host/items_from.h"
 #include "host/request.h"
 #include "platform/end_signals.h"
+#include "platform/front_end.h"
 
 namespace tobrel::host {
 
