@@ -118,8 +118,10 @@ void WindowProcess::leaveCaller(int exitStatus) {
     // Already so where the caller was tobrel-action.
     setsid();
     [[maybe_unused]] int changed = chdir("/");
-    if (int nothing = open("/dev/null", O_RDWR | O_CLOEXEC); nothing >= 0)
+    if (int nothing = open("/dev/null", O_RDWR | O_CLOEXEC); nothing >= 0) {
         for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) dup2(nothing, descriptor);
+        close(nothing);
+    }
     for (int descriptor : inherited_)
         if (descriptor != report_) close(descriptor);
     auto status = static_cast<unsigned char>(exitStatus);

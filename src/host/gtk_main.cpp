@@ -1,11 +1,10 @@
-#include <malloc.h>
-
 #include <clocale>
 
 #include "host/compose_gtk.h"
 #include "host/compose_online.h"
 #include "host/compose_window.h"
 #include "host/factories.h"
+#include "host/give_memory_back.h"
 #include "host/run.h"
 
 using namespace tobrel::host;
@@ -17,7 +16,7 @@ int main(int count, char* words[]) {
     int status = run(readCommandLine(count, words), {makeGlibLoop, makeBrowser, makeGtkFrontEnd, makeOnlineParts});
     if (!clipboardNeedsProcess()) return status;
     process.leaveCaller(status);
-    malloc_trim(0);
+    giveMemoryBack();
     holdClipboard();
     return status;
 }

@@ -36,8 +36,12 @@ void Clipboard::clear() {
     text_.clear();
     taken_ = true;
     timer_.reset();
-    gdk_clipboard_set_content(clipboard(), nullptr);
     say("");
+    // A text usually follows at once. Two claims in a row are one too many for X11: the answer to the first ends the
+    // second.
+    loop_.async([this] {
+        if (text_.empty()) gdk_clipboard_set_content(clipboard(), nullptr);
+    });
 }
 
 void Clipboard::set(const std::string& text) {

@@ -155,6 +155,9 @@ void SheetWindow::placeContent() {
     // A sheet never gets narrower while the user looks at it.
     width_ = std::max(width_, pixels(body_, sheet_.preferredContentSize().width - sideDistances));
     gtk_widget_set_size_request(body_, width_, pixels(body_, leastBodyHeight));
+    // Else the toolkit looks for another focus by itself, after this has found one.
+    gtk_window_set_focus(window_, nullptr);
+    gtk_window_set_default_widget(window_, nullptr);
     while (GtkWidget* former = gtk_widget_get_first_child(body_)) {
         if (former == note_) break;
         gtk_box_remove(GTK_BOX(body_), former);

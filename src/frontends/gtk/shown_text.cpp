@@ -61,9 +61,7 @@ ControlName nameOf(const sheet::Piece& control, const sheet::Row& row) {
     if (control.button) return {shownText(control.button->title()), around};
     if (control.checkBox) return {shownText(control.checkBox->title()), ""};
     if (!around.empty()) return {around, ""};
-    if (control.field && !control.field->placeholderString().empty())
-        return {shownText(control.field->placeholderString()), ""};
-    return {control.popUp ? "Choice" : "Text", ""};
+    return {control.field ? shownText(control.field->placeholderString()) : "", ""};
 }
 
 }  // namespace tobrel::gtk

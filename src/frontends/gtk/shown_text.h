@@ -19,8 +19,7 @@ struct ControlName {
     std::string description;
 };
 
-// How a screen reader calls the control: a button and a check box by their title, a field and a pop-up by what stands
-// around them.
+// How a screen reader calls the control: a button and a check box by their title, a field by what stands around it.
 ControlName nameOf(const sheet::Piece& control, const sheet::Row& row);
 
 }  // namespace tobrel::gtk

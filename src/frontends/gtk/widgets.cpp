@@ -79,6 +79,14 @@ void setProperty(GtkWidget* widget, GtkAccessibleProperty property, const std::s
         gtk_accessible_update_property(GTK_ACCESSIBLE(widget), property, text.c_str(), -1);
 }
 
+// Nothing on the sheet names a pop-up, so that what it says has to; the focus is on the button inside.
+void nameByChoice(GtkWidget* dropDown, const NSPopUpButton& popUp) {
+    int selected = popUp.indexOfSelectedItem();
+    std::string title = selected < 0 ? "" : shownText(popUp.itemTitles()[static_cast<std::size_t>(selected)]);
+    for (GtkWidget* widget : {dropDown, gtk_widget_get_first_child(dropDown)})
+        setProperty(widget, GTK_ACCESSIBLE_PROPERTY_LABEL, title);
+}
+
 }  // namespace
 
 int pixels(GtkWidget* near, CGFloat points) {
@@ -168,6 +176,7 @@ GtkWidget* makePopUp(NSPopUpButton& popUp) {
     onNotify(dropDown, "selected", [&popUp, dropDown] {
         guint selected = gtk_drop_down_get_selected(GTK_DROP_DOWN(dropDown));
         popUp.selectItemAtIndex(selected == GTK_INVALID_LIST_POSITION ? -1 : static_cast<int>(selected));
+        nameByChoice(dropDown, popUp);
     });
     return dropDown;
 }
@@ -188,10 +197,12 @@ void update(GtkWidget* widget, const sheet::Piece& piece) {
         guint position = selected < 0 ? GTK_INVALID_LIST_POSITION : static_cast<guint>(selected);
         if (gtk_drop_down_get_selected(GTK_DROP_DOWN(widget)) != position)
             gtk_drop_down_set_selected(GTK_DROP_DOWN(widget), position);
+        nameByChoice(widget, *piece.popUp);
     }
 }
 
 void setAccessible(GtkWidget* widget, const sheet::Piece& piece, const sheet::Row& row) {
+    if (piece.popUp) return nameByChoice(widget, *piece.popUp);
     auto [name, description] = nameOf(piece, row);
     setProperty(widget, GTK_ACCESSIBLE_PROPERTY_LABEL, name);
     setProperty(widget, GTK_ACCESSIBLE_PROPERTY_DESCRIPTION, description);
