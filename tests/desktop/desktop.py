@@ -129,10 +129,11 @@ class Run:
     def wait_for_focus(self, name):
         wait_for(f"focus on “{name}”", lambda: name in self.focused().name)
 
-    def key(self, *keys):
+    def key(self, *keys, window="Tobrel"):
         """Keys as the user types them, once the window has them."""
         wait_for("the active window", lambda: subprocess.run(
-            ["xdotool", "getactivewindow", "getwindowname"], capture_output=True, check=True).stdout == b"Tobrel\n")
+            ["xdotool", "getactivewindow", "getwindowname"], capture_output=True, check=True, text=True,
+        ).stdout.startswith(window))
         subprocess.run(["xdotool", "key", "--clearmodifiers", *keys], check=True)
 
     def type(self, text):
