@@ -32,7 +32,8 @@ std::vector<Finding> judge(const URLSessionAnswer& answer, const std::string& ad
         return {{server, answer.error->localizedDescription(), "or set another address: tobrel-admin server URL"},
                 notTried()};
     const int status = answer.statusCode.value_or(0);
-    auto object = json::parseObject(answer.data.value_or(""));
+    constexpr std::string_view members[] = {"error"};
+    auto object = json::parseMembers(answer.data.value_or(""), members);
     auto said = object ? json::string(*object, "error") : std::nullopt;
     const std::string outcome = "HTTP " + std::to_string(status) + (said ? ", " + inQuotes(*said) : "");
     const Finding answers{server, name + " answers", ""};

@@ -7,6 +7,11 @@ namespace tobrel {
 
 namespace {
 
+// What is read of an answer to any of the operations.
+constexpr std::string_view members[] = {"error",  "key",         "path",   "is_folder", "role",
+                                        "given",  "id",          "email",  "received",  "owner_email",
+                                        "is_top", "folder_name", "shares", "url",       "expires_at"};
+
 ApiResult failure(std::string message) {
     return {nullptr, std::move(message)};
 }
@@ -18,7 +23,7 @@ Reading readAnswer(const URLSessionAnswer& answer) {
         return {AnswerKind::unreachable, failure("Could not reach Tobrel: " + answer.error->localizedDescription())};
 
     int status = answer.statusCode.value_or(0);
-    auto json = answer.data ? json::parseObject(*answer.data) : nullptr;
+    auto json = answer.data ? json::parseMembers(*answer.data, members) : nullptr;
     if (status != 200) {
         auto message = json ? json::string(*json, "error") : std::nullopt;
         return {AnswerKind::refused, failure(message.value_or("Tobrel answered HTTP " + std::to_string(status))),

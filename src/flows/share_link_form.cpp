@@ -3,6 +3,7 @@
 #include "dispatch/uilog.h"
 #include "flows/expiry.h"
 #include "flows/labels.h"
+#include "flows/web_address.h"
 #include "platform/desktop.h"
 #include "platform/main_queue.h"
 #include "platform/platform.h"
@@ -115,7 +116,8 @@ void TobrelActionViewController::submitLink(NSView*) {
 
     show("Creating share link…");
     auto created = [self = self(), days](const API::CreatedShare& share) {
-        if (!share.url) return self->show("Could not create the share link: " + share.error.value_or("unknown error"));
+        if (!share.url || !mayBeCopied(*share.url))
+            return self->show("Could not create the share link: " + share.error.value_or("unknown error"));
         // Queued before the message, which says that it has happened.
         platform::request().mainQueue.async([url = *share.url] { copyToPasteboard(url); });
         osLog(uilog(), OSLogType::info, "share created, expires in %d day(s)", days);

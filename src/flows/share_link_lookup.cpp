@@ -10,6 +10,7 @@
 #include "api/api.h"
 #include "dispatch/action_view_controller.h"
 #include "flows/link_coverage.h"
+#include "flows/web_address.h"
 #include "platform/main_queue.h"
 #include "platform/platform.h"
 
@@ -78,7 +79,8 @@ void TobrelActionViewController::createShare(const ItemIdentifiers& resolved) {
         self->pendingLink = link;
         API::findShares(link->keys, link->prefix, [self, name = link->name](const std::vector<API::ShareLink>& links) {
             std::optional<ExistingLink> existing;
-            if (!links.empty()) existing = {links.front().url, links.front().expiresAt};
+            if (!links.empty() && mayBeCopied(links.front().url))
+                existing = {links.front().url, links.front().expiresAt};
             platform::request().mainQueue.async([self, name, existing] { self->presentLinkForm(name, existing); });
         });
     });

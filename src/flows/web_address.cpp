@@ -1,6 +1,7 @@
 #include "flows/web_address.h"
 
 #include "platform/text.h"
+#include "text/harmless_text.h"
 
 namespace tobrel {
 
@@ -48,6 +49,10 @@ std::optional<URL> webAddress(const std::string& server, std::string_view pagePa
         address += encoded(character);
     }
     return URL::parse(address);
+}
+
+bool mayBeCopied(std::string_view address) {
+    return harmless(address) == address;
 }
 
 }  // namespace tobrel

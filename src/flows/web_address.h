@@ -17,4 +17,7 @@ std::string_view parentPath(std::string_view path);
 // text does not parse.
 std::optional<URL> webAddress(const std::string& server, std::string_view pagePath, TextServices& text);
 
+// Whether a link's address may be pasted: what drives a display would drive the program that it is pasted into.
+bool mayBeCopied(std::string_view address);
+
 }  // namespace tobrel

@@ -1,5 +1,6 @@
 #include "host/compose_text.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -18,6 +19,14 @@ public:
     bool openURL(const std::string&) override { return false; }
 };
 
+// Libraries write to standard output what whoever looks for their faults has asked them for; it goes to standard error.
+int outputOfOurOwn() {
+    int own = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    if (own < 0) return STDOUT_FILENO;
+    dup2(STDERR_FILENO, STDOUT_FILENO);
+    return own;
+}
+
 }  // namespace
 
 std::unique_ptr<MainLoop> makePollLoop() {
@@ -30,7 +39,7 @@ std::unique_ptr<FrontEnd> makeTextFrontEnd(const Options& options, NSWorkspace& 
             options.task, options.json ? BatchFrontEnd::Form::json : BatchFrontEnd::Form::plain, STDOUT_FILENO);
     bool inputIsTaken = std::ranges::count(options.itemsFrom, "-") > 0;
     int input = inputIsTaken ? -1 : STDIN_FILENO;
-    if (options.frontEnd == FrontEndKind::json) return std::make_unique<JsonFrontEnd>(STDOUT_FILENO, input);
+    if (options.frontEnd == FrontEndKind::json) return std::make_unique<JsonFrontEnd>(outputOfOurOwn(), input);
     return std::make_unique<TerminalFrontEnd>(input, STDOUT_FILENO, TerminalEnvironment::ofProcess(), browser);
 }
 

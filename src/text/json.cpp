@@ -42,12 +42,16 @@ std::string withoutLoneSurrogates(std::string_view text) {
 
 }  // namespace
 
+std::string prepared(std::string_view text) {
+    if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
+    return text.find("\\u") == text.npos ? std::string(text) : withoutLoneSurrogates(text);
+}
+
 std::optional<boost::json::value> parse(std::string_view text) {
     boost::json::parse_options options;
-    options.max_depth = 512;
+    options.max_depth = deepestLevel;
     try {
-        if (text.find("\\u") == text.npos) return boost::json::parse(text, {}, options);
-        return boost::json::parse(withoutLoneSurrogates(text), {}, options);
+        return boost::json::parse(prepared(text), {}, options);
     } catch (const std::exception&) {
         return std::nullopt;
     }

@@ -15,6 +15,11 @@ TEST(Transport, ReducesEveryOutcomeToAnObjectOrAMessage) {
     const auto nested = [](int levels) {
         return R"({"a":)" + std::string(levels, '[') + std::string(levels, ']') + "}";
     };
+    const auto list = [](std::string_view element, int count) {
+        std::string text = R"({"given":[)";
+        for (int i = 0; i < count; ++i) text += element;
+        return text + "0]}";
+    };
     const std::string unreadable = "Tobrel sent an unreadable answer";
     struct {
         URLSessionAnswer answer;
@@ -22,7 +27,12 @@ TEST(Transport, ReducesEveryOutcomeToAnObjectOrAMessage) {
         std::string logged;
     } const cases[] = {
         {answered(200, R"( {"error": [1, null]} )"), R"({"error":[1,null]})", ""},
-        {answered(200, nested(511)), nested(511), ""},
+        {answered(200, nested(511)), "{}", ""},
+        {answered(200, R"({"x":{"key":"y"},"key":[[{}],{"a":1,"id":2}],"key":{"id":{"id":{"id":1}}}})"),
+         R"({"key":{"id":{"id":null}}})", ""},
+        {answered(200, "\xEF\xBB\xBF{\"key\":\"\\ud83d\\ude00\\ud83d\"}"), "{\"key\":\"😀\uFFFD\"}", ""},
+        {answered(200, list("{},", 200'000)), unreadable, "-> unreadable response"},
+        {answered(200, list("1,", 2'000'000)), unreadable, "-> unreadable response"},
         {answered(200, nested(512)), unreadable, "-> unreadable response"},
         {{.statusCode = 200}, unreadable, "-> unreadable response"},
         {answered(200, "[]"), unreadable, "-> unreadable response"},

@@ -75,8 +75,8 @@ TEST_F(ShareLinkTest, CopiesTheNewLinkBeforeItSaysSo) {
     EXPECT_EQ(sheet(), "Link copied to the clipboard:\nhttps://t/n\nExpires date 21929.");
 }
 
-TEST_F(ShareLinkTest, TakesDaysOnlyWhereTheLinkIsToExpire) {
-    begin();
+TEST_F(ShareLinkTest, TakesDaysOnlyWhereTheLinkIsToExpireAndNoAddressThatDrivesADisplay) {
+    begin(R"([{"url":"https://t/\u0007"}])");
     controller->expiresDays->setStringValue("3651");
     controller->expiresCheck->becomeFirstResponder();
     click("Create Link");
@@ -89,6 +89,9 @@ TEST_F(ShareLinkTest, TakesDaysOnlyWhereTheLinkIsToExpire) {
     EXPECT_EQ(world.urlSession.requests().size(), 3u);
     EXPECT_EQ(body(), R"({"name":"a.txt","keys":["Docs/a.txt"]})");
     world.urlSession.answerLast(answered(200, "{}"));
+    EXPECT_EQ(sheet(), "Could not create the share link: unknown error");
+    controller->submitLink(nullptr);
+    world.urlSession.answerLast(answered(200, R"({"url":"https://t/\n"})"));
     EXPECT_EQ(sheet(), "Could not create the share link: unknown error");
     EXPECT_FALSE(world.pasteboard.text);
 }

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <deque>
 #include <iterator>
 #include <optional>
@@ -182,7 +183,10 @@ private:
     std::size_t requestsLeft_ = mostRequestsAConnection;
 };
 
-CurlURLSession::CurlURLSession() : loop_(std::make_unique<CurlLoop>()) {}
+CurlURLSession::CurlURLSession() : loop_(std::make_unique<CurlLoop>()) {
+    // The library would write there what opens every secure connection of this process.
+    if (std::getenv("SSLKEYLOGFILE")) unsetenv("SSLKEYLOGFILE");
+}
 
 CurlURLSession::~CurlURLSession() {
     {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <fstream>
 #include <future>
 #include <set>
 
@@ -282,7 +283,9 @@ TEST_F(CurlURLSessionTest, TrustsOnlyCertificatesThatItWasToldToTrustAndStaysWit
     EXPECT_THAT(otherName.error->text, HasSubstr("another name"));
     EXPECT_TRUE(secure.requests().empty());
 
+    setenv("SSLKEYLOGFILE", folder.file("keys").c_str(), 1);
     EXPECT_EQ(ask({.url = secure.url()}).data, "private");
+    EXPECT_FALSE(std::ifstream(folder.file("keys")));
     EXPECT_EQ(secure.offeredProtocols(), "h2 http/1.1 ");
     unsetenv("CURL_CA_BUNDLE");
     setenv("SSL_CERT_FILE", certificate.certificateFile.c_str(), 1);
