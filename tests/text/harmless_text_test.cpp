@@ -17,7 +17,7 @@ TEST(HarmlessText, shows_what_would_drive_a_terminal_and_keeps_all_else) {
         {"a\r\nb\tc\x7F", "a␍␊b␉c␡"},
         {std::string_view("a\0b", 3), "a␀b"},
         {"\u0080\u009B31m\u009F\u00A0", "��31m�\u00A0"},
-        {"\u061C\u200E\u200F\u200D", "���\u200D"},
+        {"\u061C\u200E\u200F\u200D", "\u061C\u200E\u200F\u200D"},
         {"\u2027\u2028\u2029\u202A\u202B\u202C\u202D\u202E\u202F", "\u2027�������\u202F"},
         {"\u2065\u2066\u2067\u2068\u2069\u206A", "\u2065����\u206A"},
         // No UTF-8: a lone C1 byte, a lone continuation, a cut character, overlong forms, a surrogate, beyond U+10FFFF.

@@ -110,6 +110,42 @@ Instruction read(Members& members) {
 
 }  // namespace
 
+void LineBuffer::add(std::string_view bytes) {
+    while (!bytes.empty()) {
+        std::size_t end = bytes.find('\n');
+        std::string_view piece = bytes.substr(0, end);
+        unfinished_.isTooLong |= unfinished_.text.size() + piece.size() > longestLine;
+        if (unfinished_.isTooLong)
+            unfinished_.text = {};
+        else
+            unfinished_.text += piece;
+        if (end == bytes.npos) return;
+        finishLine();
+        bytes.remove_prefix(end + 1);
+    }
+}
+
+void LineBuffer::end() {
+    ended_ = true;
+    finishLine();
+}
+
+std::optional<LineBuffer::Line> LineBuffer::next() {
+    if (lines_.empty()) return std::nullopt;
+    Line line = std::move(lines_.front());
+    lines_.pop_front();
+    size_ -= line.text.size();
+    return line;
+}
+
+void LineBuffer::finishLine() {
+    Line line = std::exchange(unfinished_, {});
+    bool isBlank = line.text.find_first_not_of(" \t\r") == line.text.npos;
+    if (!line.isTooLong && isBlank) return;
+    size_ += line.text.size();
+    lines_.push_back(std::move(line));
+}
+
 std::variant<Instruction, Refusal> parseInstruction(std::string_view line) {
     json::error_code error;
     json::value value = json::parse(json::string_view(line.data(), line.size()), error);

@@ -1,13 +1,44 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <variant>
 
 namespace tobrel {
+
+// Cuts what is read into lines. Blank lines are left out; of a line that is too long nothing is kept.
+class LineBuffer {
+public:
+    static constexpr std::size_t longestLine = 1024 * 1024;
+
+    struct Line {
+        std::string text;
+        bool isTooLong = false;
+    };
+
+    void add(std::string_view bytes);
+    // No more will come: what is left counts as a line.
+    void end();
+
+    bool hasEnded() const { return ended_; }
+    bool hasLine() const { return !lines_.empty(); }
+    // Bytes of the lines at hand.
+    std::size_t size() const { return size_; }
+    std::optional<Line> next();
+
+private:
+    void finishLine();
+
+    std::deque<Line> lines_;
+    std::size_t size_ = 0;
+    Line unfinished_;
+    bool ended_ = false;
+};
 
 namespace instruction {
 

@@ -18,6 +18,7 @@ namespace json = boost::json;
 namespace {
 
 constexpr const char* escapeKey = "\x1b";
+constexpr std::size_t mostReadAhead = 64 * 1024;
 
 std::string whatIsAwaited(const instruction::Wait& wait) {
     return wait.title ? "button “" + *wait.title + "”" : "label with “" + wait.text.value_or("") + "”";
@@ -98,9 +99,11 @@ void JsonFrontEnd::readInput() {
         lines_.end();
 }
 
-// Only while no line is at hand, so that no more is read ahead than one piece.
+// Only while no line is at hand, so that no more is read ahead than one piece; somewhat more while an instruction
+// waits, to learn whether the input has ended.
 void JsonFrontEnd::watchWhileNeeded() {
-    bool needed = takesInstructions_ && !lines_.hasLine() && !lines_.hasEnded();
+    bool wantsMore = !lines_.hasLine() || (waiting_ && lines_.size() < mostReadAhead);
+    bool needed = takesInstructions_ && wantsMore && !lines_.hasEnded();
     if (needed == watching_) return;
     watching_ = needed;
     if (needed)
@@ -112,7 +115,11 @@ void JsonFrontEnd::watchWhileNeeded() {
 void JsonFrontEnd::takeInstruction() {
     if (!takesInstructions_) return;
     if (waiting_) {
-        if (!sheet_user::sees(sheet_->rootView(), *waiting_)) return;
+        bool isThere = sheet_user::sees(sheet_->rootView(), *waiting_);
+        // The sheet changes no more by itself, and nobody is left to close it.
+        bool inVain = lines_.hasEnded() && !waiting_->limit && !sheet_->isWorking();
+        if (!isThere && !inVain) return;
+        if (!isThere) refuse("The " + whatIsAwaited(*waiting_) + " cannot come any more.");
         waiting_.reset();
         patience_.reset();
     }

@@ -6,7 +6,6 @@
 #include <string>
 
 #include "frontends/json/instructions.h"
-#include "frontends/json/line_buffer.h"
 #include "frontends/json/line_writer.h"
 #include "platform/front_end.h"
 #include "platform/log.h"

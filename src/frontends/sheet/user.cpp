@@ -8,6 +8,7 @@ namespace tobrel::sheet {
 namespace {
 
 constexpr const char* closing = "closeSheet:";
+constexpr const char* separator = "  ·  ";
 
 template <class Matches>
 NSButton* firstButton(const std::vector<Piece>& controls, std::size_t from, const Matches& matches) {
@@ -30,6 +31,23 @@ std::vector<Piece> valuesOf(const Rows& rows) {
     std::vector<Piece> values = controlsOf(rows);
     std::erase_if(values, [](const Piece& piece) { return piece.button; });
     return values;
+}
+
+// All that the user can see, but for the focus.
+std::string contentOf(const Rows& rows) {
+    std::string content;
+    for (auto& row : rows)
+        for (auto& piece : row.pieces) {
+            content += std::to_string(piece.view().id()) + (piece.isEnabled() ? "+" : "-");
+            if (piece.label)
+                content += piece.label->stringValue();
+            else if (piece.button)
+                content += piece.button->title();
+            else
+                content += valueOf(piece);
+            content += '\0';
+        }
+    return content;
 }
 
 std::shared_ptr<NSView> kept(const NSView& view) {
@@ -96,9 +114,45 @@ bool press(NSButton& button) {
     return true;
 }
 
+std::string subjectOf(const NSButton& button, const Rows& rows) {
+    for (auto& row : rows) {
+        if (row.footer || row.pieces.empty() || !row.pieces.front().label || !indexOf(&button, row.pieces)) continue;
+        const std::string& text = row.pieces.front().label->stringValue();
+        return text.substr(0, text.find(separator));
+    }
+    return "";
+}
+
+void Unanswered::pressed(const NSButton& button) {
+    title_ = button.title();
+    hasWorked_ = false;
+}
+
+void Unanswered::ranDry(bool working) {
+    hasWorked_ |= working;
+    if (!working) title_.clear();
+}
+
 std::string Unanswered::sentence() const {
-    if (title_.empty()) return "";
+    if (title_.empty() || !hasWorked_) return "";
     return "Closed before “" + title_ + "” was answered: it may have been done all the same.";
+}
+
+void Attempt::begin(const Rows& rows, const NSButton* button) {
+    *this = {};
+    open_ = true;
+    if (button) unanswered_.pressed(*button);
+    before_ = contentOf(rows);
+}
+
+void Attempt::ranDry(const Rows& rows, bool working) {
+    unanswered_.ranDry(working);
+    if (!open_) return;
+    hasWorked_ |= working;
+    if (working) return;
+    open_ = false;
+    bool hasEffect = hasWorked_ || contentOf(rows) != before_;
+    outcome_ = beeped_ ? Outcome::refused : hasEffect ? Outcome::accepted : Outcome::withoutEffect;
 }
 
 }  // namespace tobrel::sheet

@@ -42,20 +42,52 @@ NSView* firstFocus(const Rows& rows);
 // nothing has been done, where the user could not: it is disabled, or it is hidden or in something hidden.
 bool press(NSButton& button);
 
-// The button that was pressed last, until the request has answered it: what a user who closes the sheet meanwhile has
-// to be told of.
+// What the button is about: the text of the label that it stands beside in a list, up to its first separator ("  ·  ").
+// Empty for a button of the whole sheet.
+std::string subjectOf(const NSButton& button, const Rows& rows);
+
+// The button that was pressed last, while the request works on it: what a user who closes the sheet meanwhile has to be
+// told of.
 class Unanswered {
 public:
-    void pressed(const NSButton& button) { title_ = button.title(); }
+    void pressed(const NSButton& button);
     // To be called each time the main queue has run dry, with whether the request works.
-    void ranDry(bool working) {
-        if (!working) title_.clear();
-    }
+    void ranDry(bool working);
     // The sentence to leave behind; empty where nothing is unanswered.
     std::string sentence() const;
 
 private:
     std::string title_;
+    bool hasWorked_ = false;
+};
+
+// The last thing that the user did to the sheet, and what came of it.
+class Attempt {
+public:
+    // None: nothing was done, or its outcome is still open.
+    enum class Outcome { none, accepted, refused, withoutEffect };
+
+    // Just before a control is changed or, where there is one, the button is pressed.
+    void begin(const Rows& rows, const NSButton* button = nullptr);
+    // The sheet refuses what was typed.
+    void beeped() { beeped_ = true; }
+    // To be called each time the main queue has run dry.
+    void ranDry(const Rows& rows, bool working);
+
+    // The outcome is still to come.
+    bool isOpen() const { return open_; }
+    Outcome outcome() const { return outcome_; }
+    // The outcome has been shown for long enough.
+    void forget() { outcome_ = Outcome::none; }
+    const Unanswered& unanswered() const { return unanswered_; }
+
+private:
+    bool open_ = false;
+    bool beeped_ = false;
+    bool hasWorked_ = false;
+    Unanswered unanswered_;
+    std::string before_;
+    Outcome outcome_ = Outcome::none;
 };
 
 }  // namespace tobrel::sheet

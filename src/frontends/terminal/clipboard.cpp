@@ -4,16 +4,16 @@
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
-#include <sys/mman.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdint>
+#include <cstdio>
+#include <memory>
 #include <utility>
 
-#include "frontends/terminal/output.h"
-#include "platform/main_loop.h"
+#include "frontends/terminal/raw_terminal.h"
 
 namespace tobrel::terminal {
 
@@ -21,13 +21,13 @@ namespace {
 
 // Terminals that take long texts at all take 100,000 bytes of sequence.
 constexpr std::size_t longestText = 74'000;
-constexpr int patienceInMilliseconds = 1000;
+constexpr std::chrono::seconds patience{1};
 
 constexpr const char* reachedTmux =
     "The address is in tmux’s buffer. tmux hands it on to your terminal where that is allowed.";
 constexpr const char* reachedTerminal =
-    "Your terminal was asked to take the address. If there is nothing to paste, copy it from above.";
-constexpr const char* reachedNothing = "No clipboard can be reached from here. Please copy the address above.";
+    "Your terminal was asked to take the address. If there is nothing to paste, copy it from below.";
+constexpr const char* reachedNothing = "No clipboard can be reached from here. Please copy the address below.";
 
 std::string base64(std::string_view text) {
     static constexpr char digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -42,29 +42,24 @@ std::string base64(std::string_view text) {
     return result;
 }
 
-class Descriptor {
-public:
-    explicit Descriptor(int number) : number_(number) {}
-    ~Descriptor() {
-        if (number_ >= 0) close(number_);
+// Ends when the other side of the pipe has been closed; false: not in time.
+bool waitForEnd(int pipe) {
+    auto deadline = std::chrono::steady_clock::now() + patience;
+    char ignored[256];
+    while (true) {
+        auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        pollfd readable = {pipe, POLLIN, 0};
+        if (left.count() <= 0 || poll(&readable, 1, static_cast<int>(left.count())) == 0) return false;
+        if (readable.revents && read(pipe, ignored, sizeof ignored) == 0) return true;
     }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int number() const { return number_; }
+}
 
-private:
-    const int number_;
-};
-
-// Its standard input is a file in memory, so that nobody has to feed it. 0 where it cannot be started.
-pid_t spawnTmux(const std::string& text) {
-    Descriptor input(memfd_create("clipboard", MFD_CLOEXEC));
-    if (input.number() < 0 || !writeAll(input.number(), text) || lseek(input.number(), 0, SEEK_SET) != 0) return 0;
-
+// Its standard input is a file, so that nobody has to feed it; its standard output tells of its end.
+pid_t spawnTmux(int input, int output) {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, input.number(), STDIN_FILENO);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
@@ -83,6 +78,23 @@ pid_t spawnTmux(const std::string& text) {
     return process;
 }
 
+bool giveToTmux(const std::string& text) {
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::tmpfile(), std::fclose);
+    int ends[2];
+    if (!file || !writeAll(fileno(file.get()), text) || lseek(fileno(file.get()), 0, SEEK_SET) != 0) return false;
+    if (pipe2(ends, O_CLOEXEC) != 0) return false;
+    Descriptor reading(ends[0]);
+    pid_t process = 0;
+    {
+        Descriptor writing(ends[1]);
+        process = spawnTmux(fileno(file.get()), writing.number());
+    }
+    if (process == 0) return false;
+    if (!waitForEnd(reading.number())) kill(process, SIGKILL);
+    int status = 0;
+    return waitpid(process, &status, 0) == process && status == 0;
+}
+
 }  // namespace
 
 std::optional<std::string> clipboardSequence(std::string_view text) {
@@ -93,16 +105,12 @@ std::optional<std::string> clipboardSequence(std::string_view text) {
 Clipboard::Clipboard(int output, TerminalEnvironment environment)
     : output_(output), environment_(std::move(environment)) {}
 
-Clipboard::~Clipboard() {
-    finish();
-}
-
-void Clipboard::set(const std::string& text, MainLoop& loop) {
-    finish();
-    note_ = {text, ""};
-    if (environment_.insideTmux && startTmux(loop)) return;
-    bool sent = !environment_.insideTmux && sendToTerminal();
-    note_.text = sent ? reachedTerminal : reachedNothing;
+void Clipboard::set(const std::string& text) {
+    note_.about = text;
+    if (environment_.insideTmux)
+        note_.text = giveToTmux(text) ? reachedTmux : reachedNothing;
+    else
+        note_.text = sendToTerminal() ? reachedTerminal : reachedNothing;
 }
 
 bool Clipboard::sendToTerminal() const {
@@ -112,31 +120,6 @@ bool Clipboard::sendToTerminal() const {
     if (isatty(output_)) return writeAll(output_, *sequence);
     Descriptor terminal(open(environment_.controllingTerminal.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC));
     return terminal.number() >= 0 && isatty(terminal.number()) && writeAll(terminal.number(), *sequence);
-}
-
-bool Clipboard::startTmux(MainLoop& loop) {
-    process_ = spawnTmux(note_.about);
-    if (process_ == 0) return false;
-    loop_ = &loop;
-    processDescriptor_ = static_cast<int>(syscall(SYS_pidfd_open, process_, 0));
-    if (processDescriptor_ >= 0) loop.watchInput(processDescriptor_, [this] { takeAnswer(); });
-    return true;
-}
-
-void Clipboard::finish() {
-    if (process_ == 0) return;
-    pollfd ended = {processDescriptor_, POLLIN, 0};
-    if (processDescriptor_ < 0 || poll(&ended, 1, patienceInMilliseconds) != 1) kill(process_, SIGKILL);
-    takeAnswer();
-}
-
-void Clipboard::takeAnswer() {
-    int status = 0;
-    waitpid(std::exchange(process_, 0), &status, 0);
-    note_.text = status == 0 ? reachedTmux : reachedNothing;
-    if (processDescriptor_ < 0) return;
-    loop_->unwatchInput(processDescriptor_);
-    close(std::exchange(processDescriptor_, -1));
 }
 
 }  // namespace tobrel::terminal

@@ -1,17 +1,11 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "frontends/terminal/label_lines.h"
-#include "frontends/terminal/terminal_environment.h"
-
-namespace tobrel {
-class MainLoop;
-}
+#include "frontends/terminal/mode.h"
 
 namespace tobrel::terminal {
 
@@ -23,27 +17,17 @@ std::optional<std::string> clipboardSequence(std::string_view text);
 class Clipboard {
 public:
     Clipboard(int output, TerminalEnvironment environment);
-    ~Clipboard();
-    Clipboard(const Clipboard&) = delete;
-    Clipboard& operator=(const Clipboard&) = delete;
 
-    // Never waits; the loop hears when tmux has answered.
-    void set(const std::string& text, MainLoop& loop);
-    // Gives tmux a last moment.
-    void finish();
-    // How far the text has got, in a sentence; empty while that is open.
+    // Waits for tmux, a second at most.
+    void set(const std::string& text);
+    // How far the text has got, in a sentence.
     const Note& note() const { return note_; }
 
 private:
     bool sendToTerminal() const;
-    bool startTmux(MainLoop& loop);
-    void takeAnswer();
 
     const int output_;
     const TerminalEnvironment environment_;
-    MainLoop* loop_ = nullptr;
-    pid_t process_ = 0;
-    int processDescriptor_ = -1;
     Note note_;
 };
 

@@ -29,8 +29,12 @@ Line dimLine(const std::string& text, int columns) {
     return {{{fitted(text, columns - 1 - indent, 1).front(), Style::dim}}, indent};
 }
 
-std::string scrollInfo(std::size_t above, std::size_t below) {
+// How many of the sheet's rows are not wholly among the shown lines.
+std::string scrollInfo(const std::vector<SheetLines::Extent>& rows, std::size_t first, std::size_t end) {
     std::string info;
+    auto above = std::count_if(rows.begin(), rows.end(), [&](auto& row) { return row.first < first; });
+    auto below =
+        std::count_if(rows.begin(), rows.end(), [&](auto& row) { return row.first >= first && row.last >= end; });
     if (above > 0) info += "↑ " + std::to_string(above) + " more";
     if (above > 0 && below > 0) info += "   ";
     if (below > 0) info += "↓ " + std::to_string(below) + " more";
@@ -72,10 +76,11 @@ Frame scrolling(const SheetLines& sheet, std::size_t body, const std::vector<Lin
     auto rows = static_cast<std::size_t>(size.rows);
     std::size_t height = std::min(body, rows - (kept.empty() ? 0 : kept.size() + 1));
     frame.bodyLines = height;
+    frame.mostScroll = body - height;
     frame.scroll = scrolledTo(sheet, body, height, scroll);
     append(frame.lines, sheet.lines, frame.scroll, height);
     if (!kept.empty()) {
-        frame.lines.push_back(dimLine(scrollInfo(frame.scroll, body - frame.scroll - height), size.columns));
+        frame.lines.push_back(dimLine(scrollInfo(sheet.rows, frame.scroll, frame.scroll + height), size.columns));
         append(frame.lines, kept, 0, kept.size());
     }
     if (!sheet.cursor) return frame;
@@ -89,9 +94,14 @@ Frame scrolling(const SheetLines& sheet, std::size_t body, const std::vector<Lin
 
 }  // namespace
 
+bool scrolls(const SheetLines& sheet, const TerminalSize& size) {
+    constexpr std::size_t linesAround = 3;
+    return sheet.lines.size() + linesAround > static_cast<std::size_t>(size.rows);
+}
+
 Frame compose(const SheetLines& sheet, const std::string& hint, const TerminalSize& size, std::size_t scroll) {
     auto rows = static_cast<std::size_t>(size.rows);
-    if (sheet.lines.size() + 3 <= rows) return whole(sheet, hint, size);
+    if (!scrolls(sheet, size)) return whole(sheet, hint, size);
 
     std::size_t body = sheet.footer;
     // The blank line that sets the buttons off gives way to the one about scrolling.
@@ -134,6 +144,11 @@ int rowsAbove(const Frame& frame, int columns) {
         logical += i == cursorLine ? cursorColumn : columnsOf(frame.lines[i]);
     }
     return rows + logical / columns;
+}
+
+int rowsTaken(const Frame& frame, int columns) {
+    Frame whole{frame.lines, std::nullopt};
+    return whole.lines.empty() ? 0 : rowsAbove(whole, columns) + 1;
 }
 
 }  // namespace tobrel::terminal

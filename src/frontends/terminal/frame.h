@@ -22,8 +22,13 @@ struct Frame {
     // How many lines of the sheet's body are shown, from which one on.
     std::size_t bodyLines = 0;
     std::size_t scroll = 0;
+    // Where scrolling ends.
+    std::size_t mostScroll = 0;
     bool operator==(const Frame&) const = default;
 };
+
+// Whether the sheet is taller than the terminal.
+bool scrolls(const SheetLines& sheet, const TerminalSize& size);
 
 // The sheet with its hint below; where it is taller than the terminal, its body scrolls (starting from `scroll`) so
 // that the focused control is visible, and its row of buttons stays.
@@ -34,5 +39,7 @@ std::string encoded(const std::vector<Line>& lines, Styling styling);
 
 // How many rows the cursor stands below the frame's first after the terminal has been made that wide.
 int rowsAbove(const Frame& frame, int columns);
+// How many rows the whole frame takes then.
+int rowsTaken(const Frame& frame, int columns);
 
 }  // namespace tobrel::terminal

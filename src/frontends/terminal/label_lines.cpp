@@ -74,9 +74,9 @@ bool belongsTo(const Note& note, const NSTextField& label) {
 std::vector<std::string> linesWithNote(const NSTextField& label, int columns, const Note& note) {
     auto lines = linesOf(label, columns);
     if (!belongsTo(note, label)) return lines;
-    auto below = fitted(note.text, columns, 0);
-    std::move(below.begin(), below.end(), std::back_inserter(lines));
-    return lines;
+    auto above = fitted(note.text, columns, 0);
+    std::move(lines.begin(), lines.end(), std::back_inserter(above));
+    return above;
 }
 
 std::vector<std::string> messageLines(const Rows& rows, int columns, const Note& note) {

@@ -23,7 +23,8 @@ std::string lineOf(const NSTextField& label, int columns);
 
 bool isAddress(std::string_view line);
 
-// A line of this front end's own below the label that has `about` as one of its lines.
+// A line of this front end's own above the label that has `about` as one of its lines: what the label claims is to be
+// read in its light.
 struct Note {
     std::string about;
     std::string text;

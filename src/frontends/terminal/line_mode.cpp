@@ -2,18 +2,16 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <utility>
 
-#include "frontends/sheet/user.h"
 #include "frontends/terminal/clipboard.h"
 #include "frontends/terminal/line_text.h"
-#include "frontends/terminal/output.h"
 #include "frontends/terminal/raw_terminal.h"
 #include "frontends/terminal/text_width.h"
 #include "platform/front_end.h"
 #include "platform/main_loop.h"
-#include "text/harmless_text.h"
 
 namespace tobrel::terminal {
 
@@ -28,151 +26,164 @@ std::vector<std::uint64_t> identitiesOf(const Rows& rows) {
     return identities;
 }
 
+bool isMessage(const Rows& rows) {
+    return std::all_of(rows.begin(), rows.end(),
+                       [](auto& row) { return row.footer || sheet::controlsOf({row}).empty(); });
+}
+
+// What is in the new lines and not in the old ones: of the same sheet the lines that differ, of a message that goes on
+// its rest.
+std::vector<std::string> newsIn(const std::vector<std::string>& lines, const std::vector<std::string>& old,
+                                bool isSameSheet, bool wasMessage) {
+    std::vector<std::string> news;
+    if (isSameSheet && lines.size() == old.size()) {
+        for (std::size_t i = 0; i < lines.size(); ++i)
+            if (lines[i] != old[i]) news.push_back(lines[i]);
+        return news;
+    }
+    bool goesOn = wasMessage && lines.size() >= old.size() && std::equal(old.begin(), old.end(), lines.begin());
+    if (goesOn) return {lines.begin() + static_cast<std::ptrdiff_t>(old.size()), lines.end()};
+    news = lines;
+    if (!lines.empty() && !old.empty()) news.insert(news.begin(), "");
+    return news;
+}
+
 }  // namespace
+
+std::optional<std::string> LineInput::take() {
+    std::size_t end = unread_.find('\n');
+    bool isLast = end == std::string::npos && (ended_ || unread_.size() > longestLine) && !unread_.empty();
+    if (end == std::string::npos && !isLast) return std::nullopt;
+    std::string line = unread_.substr(0, end);
+    unread_.erase(0, isLast ? end : end + 1);
+    if (line.ends_with('\r')) line.pop_back();
+    return line;
+}
+
+void LineInput::watch(std::function<void()> news) {
+    if (ended_ || std::exchange(watching_, true)) return;
+    loop_.watchInput(descriptor_, [this, news = std::move(news)] {
+        readMore();
+        news();
+    });
+}
+
+void LineInput::unwatch() {
+    if (std::exchange(watching_, false)) loop_.unwatchInput(descriptor_);
+}
+
+void LineInput::readMore() {
+    char bytes[4096];
+    ssize_t count = read(descriptor_, bytes, sizeof bytes);
+    if (count > 0)
+        unread_.append(bytes, static_cast<std::size_t>(count));
+    else if (count == 0 || (errno != EINTR && errno != EAGAIN))
+        ended_ = true;
+}
 
 LineMode::LineMode(const Terminal& terminal)
     : terminal_(terminal),
-      columns_(isatty(terminal.output) ? sizeOfTerminal(terminal.output).columns : unlimitedColumns) {}
-
-LineMode::~LineMode() {
-    watch(false);
-}
+      columns_(isatty(terminal.output) ? sizeOfTerminal(terminal.output).columns : unlimitedColumns),
+      input_(terminal.input, terminal.loop) {}
 
 void LineMode::appear() {
-    appeared_ = true;
-    inputEnded_ = terminal_.input < 0;
+    state_ = State::shown;
 }
 
-void LineMode::mainQueueRanDry(bool changed) {
-    if (!appeared_ || closed_) return;
+void LineMode::mainQueueRanDry(bool) {
+    if (state_ != State::shown) return;
     Rows rows = sheet::rowsOf(terminal_.sheet.rootView());
-    bool waiting = terminal_.sheet.isWorking();
-    // Without a change of the sheet there may still be news of the clipboard.
-    bool printed = (changed || shown_.empty() || !terminal_.clipboard.note().text.empty()) && show(rows, waiting);
-    if (waiting) {
-        silent_ = refused_ = false;
-        return watch(false);
-    }
-    if (std::exchange(silent_, false) && !printed) answerSilence(rows);
-    refused_ = false;
+    bool working = terminal_.sheet.isWorking();
+    changes_.look(rows);
+    attempt_.ranDry(rows, working);
+    bool printed = show(rows, working);
+    if (working) return input_.unwatch();
+    if (!printed) answer(rows);
+    attempt_.forget();
     takeLine();
 }
 
-// What the sheet says; once it can be answered, its numbered controls, too. The same sheet again: only what is new.
-bool LineMode::show(const Rows& rows, bool waiting) {
+// What the sheet says; once it can be answered, its numbered controls, too. Of what has been printed only what is new.
+bool LineMode::show(const Rows& rows, bool working) {
     auto& note = terminal_.clipboard.note();
-    if (showNoteAlone(rows, note)) return true;
-    shownMessage_ = messageLines(rows, columns_, note);
-    auto controls = identitiesOf(rows);
-    bool pressed = waiting && controls == shownControls_;
-    auto lines = waiting && !pressed ? shownMessage_ : numberedLines(rows, columns_, note);
-    if (waiting && !pressed) controls.clear();
-
-    std::vector<std::string> news;
-    bool sameSheet = !controls.empty() && controls == shownControls_ && lines.size() == shown_.size();
-    for (std::size_t i = 0; i < lines.size(); ++i)
-        if (!sameSheet || lines[i] != shown_[i]) news.push_back(lines[i]);
-    bool isNew = lines != shown_ && !news.empty();
-    if (isNew && !sameSheet && !shown_.empty()) news.insert(news.begin(), "");
-    if (isNew) print(news);
-    shown_ = std::move(lines);
-    shownControls_ = std::move(controls);
-    shownNote_ = note;
-    return isNew;
+    Printed now{{}, identitiesOf(rows)};
+    bool isSameSheet = !now.controls.empty() && now.controls == printed_.controls;
+    if (working && !isSameSheet) {
+        if (!isMessage(rows)) return false;
+        now = {messageLines(rows, columns_, note), {}};
+    } else {
+        now.lines = numberedLines(rows, columns_, note, sheet::buttonForReturn(rows, nullptr, changes_));
+    }
+    auto news = newsIn(now.lines, printed_.lines, isSameSheet, printed_.controls.empty());
+    printed_ = std::move(now);
+    if (!news.empty()) print(news);
+    return !news.empty();
 }
 
-// The clipboard may answer when its message has already been printed.
-bool LineMode::showNoteAlone(const Rows& rows, const Note& note) {
-    bool isNews = note.about == shownNote_.about && note.text != shownNote_.text;
-    if (!isNews || shown_.empty() || shown_ != numberedLines(rows, columns_, shownNote_)) return false;
-    print(fitted(note.text, columns_, 0));
-    shownNote_ = note;
-    shown_ = numberedLines(rows, columns_, note);
-    shownMessage_ = messageLines(rows, columns_, note);
-    return true;
-}
-
-void LineMode::answerSilence(const Rows& rows) {
+void LineMode::answer(const Rows& rows) {
+    if (attempt_.outcome() == sheet::Attempt::Outcome::none) return;
+    bool refused = attempt_.outcome() == sheet::Attempt::Outcome::refused;
     auto focus = indexOf(terminal_.sheet.rootView().firstResponder(), controlsOf(rows));
     std::string place = focus ? "; please check [" + std::to_string(*focus + 1) + "]" : "";
-    print({(refused_ ? "That was not accepted" : "Nothing has changed") + place + "."});
+    print({(refused ? "That was not accepted" : "Nothing has changed") + place + "."});
 }
 
 void LineMode::takeLine() {
-    std::size_t end = unread_.find('\n');
-    bool lastLine = end == std::string::npos && (inputEnded_ || unread_.size() > longestLine) && !unread_.empty();
-    if (end == std::string::npos && !lastLine) {
-        if (!inputEnded_) return watch(true);
-        closed_ = true;
-        return terminal_.sheet.close();
+    if (auto line = input_.take()) {
+        input_.unwatch();
+        terminal_.loop.async([this, line = std::move(*line)] { perform(line); });
+    } else if (input_.hasEnded()) {
+        state_ = State::closed;
+        terminal_.sheet.close();
+    } else {
+        prompt();
+        input_.watch([this] {
+            bool wasAsked = prompt_ == Prompt::standing;
+            if (wasAsked) prompt_ = Prompt::none;
+            // Nobody has ended the prompt's line then.
+            if (wasAsked && input_.hasEnded()) print({""});
+        });
     }
-    watch(false);
-    std::string line = unread_.substr(0, end);
-    unread_.erase(0, lastLine ? end : end + 1);
-    if (line.ends_with('\r')) line.pop_back();
-    terminal_.loop.async([this, line] { perform(line); });
-}
-
-void LineMode::watch(bool wanted) {
-    if (wanted && isatty(terminal_.input)) prompt();
-    if (wanted == watching_) return;
-    watching_ = wanted;
-    if (wanted)
-        terminal_.loop.watchInput(terminal_.input, [this] { readInput(); });
-    else
-        terminal_.loop.unwatchInput(terminal_.input);
 }
 
 void LineMode::prompt() {
-    if (prompted_) return;
-    if (!std::exchange(helped_, true)) {
+    if (prompt_ == Prompt::standing || !isatty(terminal_.input)) return;
+    if (prompt_ == Prompt::neverShown) {
         auto help = fitted(lineHelp, columns_, 0);
         help.insert(help.begin(), "");
         print(help);
     }
     writeAll(terminal_.output, "> ");
-    prompted_ = true;
-}
-
-void LineMode::readInput() {
-    bool wasPrompted = std::exchange(prompted_, false);
-    char bytes[4096];
-    ssize_t count = read(terminal_.input, bytes, sizeof bytes);
-    if (count > 0)
-        unread_.append(bytes, static_cast<std::size_t>(count));
-    else if (count == 0 || (errno != EINTR && errno != EAGAIN))
-        inputEnded_ = true;
-    // Nobody has ended the prompt's line then.
-    if (inputEnded_ && wasPrompted) print({""});
+    prompt_ = Prompt::standing;
 }
 
 void LineMode::perform(const std::string& line) {
     Rows rows = sheet::rowsOf(terminal_.sheet.rootView());
-    Instruction instruction = instructionOf(line, rows);
+    Instruction instruction = instructionOf(line, rows, sheet::buttonForReturn(rows, nullptr, changes_));
     if (!instruction.control) return print({instruction.refusal});
     auto control = controlsOf(rows)[*instruction.control];
+    attempt_.begin(rows, control.button);
     if (instruction.item)
         control.popUp->selectItemAtIndex(*instruction.item);
     else if (instruction.text)
         control.field->setStringValue(*instruction.text);
-    else {
-        silent_ = true;
+    else
         sheet::press(control.button ? *control.button : *control.checkBox);
-    }
 }
 
-void LineMode::requestEnded(End end, const std::optional<std::string>& unopened) {
-    watch(false);
+void LineMode::requestEnded(End end, const std::optional<std::string>& unopened, bool changed) {
+    input_.unwatch();
     if (end == End::cancelled) return;
-    if (unopened) return print({noBrowser, harmless(*unopened)});
     Rows rows = sheet::rowsOf(terminal_.sheet.rootView());
-    showNoteAlone(rows, terminal_.clipboard.note());
-    auto message = messageLines(rows, columns_, terminal_.clipboard.note());
-    if (message != shownMessage_) print(message);
+    Ending ending = endingOf(terminal_, rows, columns_, attempt_.unanswered().sentence(), unopened);
+    bool isNews = changed || ending.isRemark;
+    if (isNews && !ending.lines.empty()) print(ending.lines);
+    writeResult(terminal_, ending);
 }
 
 void LineMode::print(const std::vector<std::string>& lines) {
-    std::string bytes = std::exchange(prompted_, false) ? "\n" : "";
+    std::string bytes = prompt_ == Prompt::standing ? "\n" : "";
+    if (prompt_ == Prompt::standing) prompt_ = Prompt::none;
     for (auto& line : lines) bytes += line + "\n";
     writeAll(terminal_.output, bytes);
 }

@@ -5,7 +5,6 @@
 #include <iterator>
 #include <utility>
 
-#include "frontends/sheet/user.h"
 #include "text/harmless_text.h"
 
 namespace tobrel::terminal {
@@ -25,7 +24,8 @@ std::string itemLine(const NSPopUpButton& popUp, int item) {
 
 class Numbering {
 public:
-    Numbering(int columns, const Note& note) : columns_(columns), note_(note) {}
+    Numbering(int columns, const Note& note, const NSButton* entered)
+        : columns_(columns), note_(note), entered_(entered) {}
 
     void add(const Row& row) {
         if (row.apart && !lines.empty()) lines.emplace_back();
@@ -70,9 +70,9 @@ private:
         }
     }
 
-    static std::string buttonText(const NSButton& button) {
+    std::string buttonText(const NSButton& button) const {
         std::string text = harmless(button.title());
-        return button.isEnabled() && button.keyEquivalent() == "\r" ? text + " (Enter)" : text;
+        return &button == entered_ ? text + " (Enter)" : text;
     }
 
     static std::string fieldText(const NSTextField& field, const NSTextField* name) {
@@ -83,6 +83,7 @@ private:
 
     const int columns_;
     const Note& note_;
+    const NSButton* const entered_;
     std::size_t next_ = 0;
 };
 
@@ -132,16 +133,16 @@ Instruction byTitle(std::string_view title, const std::vector<Piece>& controls) 
 
 }  // namespace
 
-std::vector<std::string> numberedLines(const Rows& rows, int columns, const Note& note) {
-    Numbering numbering(columns, note);
+std::vector<std::string> numberedLines(const Rows& rows, int columns, const Note& note, const NSButton* entered) {
+    Numbering numbering(columns, note, entered);
     for (auto& row : rows) numbering.add(row);
     return std::move(numbering.lines);
 }
 
-Instruction instructionOf(std::string_view line, const Rows& rows) {
+Instruction instructionOf(std::string_view line, const Rows& rows, const NSButton* entered) {
     auto controls = controlsOf(rows);
     if (line.empty()) {
-        auto index = indexOf(defaultButton(rows), controls);
+        auto index = indexOf(entered, controls);
         if (!index) return refused("No button here answers to Enter alone: please type a number.");
         return {index, std::nullopt, std::nullopt, ""};
     }

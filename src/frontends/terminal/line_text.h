@@ -11,8 +11,9 @@
 
 namespace tobrel::terminal {
 
-// The whole sheet, its controls numbered from the top in the order of controlsOf().
-std::vector<std::string> numberedLines(const Rows& rows, int columns, const Note& note);
+// The whole sheet, its controls numbered from the top in the order of controlsOf(); `entered` is the button that an
+// empty line presses, or null.
+std::vector<std::string> numberedLines(const Rows& rows, int columns, const Note& note, const NSButton* entered);
 
 // What a line asks for.
 struct Instruction {
@@ -26,7 +27,7 @@ struct Instruction {
     std::string refusal;
 };
 
-Instruction instructionOf(std::string_view line, const Rows& rows);
+Instruction instructionOf(std::string_view line, const Rows& rows, const NSButton* entered);
 
 // For a person: what a line may say.
 inline constexpr const char* lineHelp =

@@ -1,16 +1,15 @@
 #include "frontends/terminal/raw_terminal.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
-#include <string_view>
+#include <cstddef>
 #include <utility>
-
-#include "frontends/terminal/output.h"
 
 namespace tobrel::terminal {
 
@@ -73,6 +72,25 @@ TerminalSize sizeOfTerminal(int descriptor) {
     winsize window = {};
     if (ioctl(descriptor, TIOCGWINSZ, &window) != 0 || window.ws_col == 0 || window.ws_row == 0) return {};
     return {window.ws_col, window.ws_row};
+}
+
+bool writeAll(int descriptor, std::string_view bytes) {
+    constexpr int patienceInMilliseconds = 5000;
+    while (!bytes.empty()) {
+        ssize_t written = write(descriptor, bytes.data(), bytes.size());
+        if (written >= 0) {
+            bytes.remove_prefix(static_cast<std::size_t>(written));
+            continue;
+        }
+        if (errno == EINTR) continue;
+        pollfd writable = {descriptor, POLLOUT, 0};
+        if (errno != EAGAIN || poll(&writable, 1, patienceInMilliseconds) == 0) return false;
+    }
+    return true;
+}
+
+Descriptor::~Descriptor() {
+    if (number_ >= 0) close(number_);
 }
 
 RawTerminal::RawTerminal(int input, int output) : input_(input), output_(output) {

@@ -2,7 +2,7 @@
 
 #include <termios.h>
 
-#include <vector>
+#include <string_view>
 
 #include "frontends/terminal/frame.h"
 
@@ -10,6 +10,22 @@ namespace tobrel::terminal {
 
 // 80 x 24 where the terminal does not say.
 TerminalSize sizeOfTerminal(int descriptor);
+
+// Writes it whole; gives up where the reader has gone or takes nothing more for a few seconds.
+bool writeAll(int descriptor, std::string_view bytes);
+
+// Closes what it holds; -1 is nothing.
+class Descriptor {
+public:
+    explicit Descriptor(int number) : number_(number) {}
+    ~Descriptor();
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    int number() const { return number_; }
+
+private:
+    const int number_;
+};
 
 // A terminal that gives every key at once and shows nothing by itself, restored when this ends and before a signal
 // ends the process. One at a time. Main thread only.

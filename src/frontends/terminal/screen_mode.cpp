@@ -4,15 +4,14 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <utility>
 
 #include "frontends/sheet/user.h"
 #include "frontends/terminal/clipboard.h"
 #include "frontends/terminal/hint.h"
-#include "frontends/terminal/output.h"
 #include "platform/front_end.h"
 #include "platform/main_loop.h"
-#include "text/harmless_text.h"
 
 namespace tobrel::terminal {
 
@@ -25,6 +24,12 @@ std::string cursorMove(int count, char direction) {
     std::string sequence;
     if (count > 0) sequence.append("\x1B[").append(std::to_string(count)).append(1, direction);
     return sequence;
+}
+
+// Which keys do something while the request works: none that could press a button or change a value.
+bool worksMeanwhile(Key key) {
+    constexpr Key keys[] = {Key::escape, Key::close, Key::suspend, Key::redraw, Key::pageUp, Key::pageDown};
+    return std::find(std::begin(keys), std::end(keys), key) != std::end(keys);
 }
 
 bool isInFooter(const Rows& rows, const NSView* view) {
@@ -48,8 +53,12 @@ void ScreenMode::appear() {
 
 void ScreenMode::mainQueueRanDry(bool changed) {
     if (!raw_) return;
-    dirty_ |= changed || noteText_ != terminal_.clipboard.note().text;
-    if (std::exchange(dirty_, false)) draw();
+    bool working = terminal_.sheet.isWorking();
+    dirty_ |= changed || working != (second_ != nullptr) || attempt_.isOpen();
+    if (std::exchange(dirty_, false)) {
+        takeNote(sheet::rowsOf(terminal_.sheet.rootView()), working);
+        draw();
+    }
     // One key's doing is on the screen before the next one counts.
     if (!keys_.empty()) terminal_.loop.async([this] { handleKeys(); });
 }
@@ -96,10 +105,12 @@ void ScreenMode::handleKeys() {
 
 void ScreenMode::handle(const KeyPress& press) {
     dirty_ = true;
+    attempt_.forget();
     Rows rows = sheet::rowsOf(terminal_.sheet.rootView());
     settleFocus(rows);
     auto controls = controlsOf(rows);
     const Piece* focus = focusIndex_ ? &controls[*focusIndex_] : nullptr;
+    if (isWorking() && !worksMeanwhile(press.key)) return;
     if (focus && focus->field && editField(*focus->field, press)) return;
     if (focus && focus->popUp && changePopUp(*focus->popUp, press)) return;
     switch (press.key) {
@@ -109,10 +120,12 @@ void ScreenMode::handle(const KeyPress& press) {
         case Key::suspend:
             return suspend();
         case Key::redraw:
-            frame_ = {};
+            isGarbled_ = true;
             return;
         case Key::enter:
-            return pressEnter(rows, focus);
+            if (NSButton* button = sheet::buttonForReturn(rows, focus ? &focus->view() : nullptr, changes_))
+                this->press(*button, rows);
+            return;
         case Key::tab:
         case Key::down:
         case Key::right:
@@ -126,15 +139,15 @@ void ScreenMode::handle(const KeyPress& press) {
         case Key::pageUp:
             return page(controls, -1);
         case Key::home:
+            scroll_ = 0;
             if (!controls.empty()) controls.front().view().becomeFirstResponder();
             return;
         case Key::end:
-            if (!controls.empty()) controls.back().view().becomeFirstResponder();
-            return;
+            return goToEnd(rows, controls);
         case Key::text:
             if (press.text != " " || !focus) return;
             if (focus->checkBox) sheet::press(*focus->checkBox);
-            if (focus->button) pressButton(*focus->button);
+            if (focus->button) this->press(*focus->button, rows);
             return;
         default:
             return;
@@ -163,14 +176,10 @@ bool ScreenMode::changePopUp(NSPopUpButton& popUp, const KeyPress& press) {
     return true;
 }
 
-void ScreenMode::pressEnter(const Rows& rows, const Piece* focus) {
-    if (focus && focus->button) return pressButton(*focus->button);
-    if (NSButton* button = defaultButton(rows)) pressButton(*button);
-}
-
-void ScreenMode::pressButton(NSButton& button) {
+void ScreenMode::press(NSButton& button, const Rows& rows) {
     // What was typed ahead was meant for the sheet as it was.
     keys_.clear();
+    attempt_.begin(rows, &button);
     sheet::press(button);
 }
 
@@ -219,11 +228,35 @@ void ScreenMode::moveFocus(const std::vector<Piece>& controls, int direction) {
 
 void ScreenMode::page(const std::vector<Piece>& controls, int direction) {
     std::size_t height = frame_.bodyLines;
-    scroll_ = direction > 0 ? scroll_ + height : scroll_ - std::min(scroll_, height);
+    scroll_ = direction > 0 ? std::min(scroll_ + height, frame_.mostScroll) : scroll_ - std::min(scroll_, height);
     for (std::size_t i = 0; i < controls.size() && i < controlLines_.size(); ++i) {
         bool visible = controlLines_[i] >= scroll_ && controlLines_[i] < scroll_ + height;
         if (visible && controls[i].isEnabled()) return controls[i].view().becomeFirstResponder();
     }
+}
+
+// The end of the list, where there is one, not of the sheet's own buttons below it.
+void ScreenMode::goToEnd(const Rows& rows, const std::vector<Piece>& controls) {
+    scroll_ = frame_.mostScroll;
+    for (auto control = controls.rbegin(); control != controls.rend(); ++control)
+        if (control->isEnabled() && !isInFooter(rows, &control->view())) return control->view().becomeFirstResponder();
+    if (!controls.empty()) controls.back().view().becomeFirstResponder();
+}
+
+// What the user's doing has led to, and whether the request works.
+void ScreenMode::takeNote(const Rows& rows, bool working) {
+    changes_.look(rows);
+    attempt_.ranDry(rows, working);
+    if (working == isWorking()) return;
+    secondsOfWork_ = -1;
+    second_.reset();
+    if (working) countSeconds();
+}
+
+void ScreenMode::countSeconds() {
+    ++secondsOfWork_;
+    dirty_ = true;
+    second_ = terminal_.loop.startTimer(std::chrono::seconds(1), [this] { countSeconds(); });
 }
 
 void ScreenMode::draw() {
@@ -233,19 +266,22 @@ void ScreenMode::draw() {
     LayoutInput input;
     input.columns = size.columns;
     input.styling = terminal_.environment.noColor ? Styling::plain : Styling::styled;
-    input.focus = focusIndex_ ? terminal_.sheet.rootView().firstResponder() : nullptr;
+    input.focus = focusIndex_ && !isWorking() ? terminal_.sheet.rootView().firstResponder() : nullptr;
+    input.entered = isWorking() ? nullptr : sheet::buttonForReturn(rows, input.focus, changes_);
     input.edit = edit_;
     input.note = terminal_.clipboard.note();
     SheetLines lines = layOut(rows, input);
-    Frame frame = compose(lines, hintFor(rows, input.focus, size.columns - 3), size, scroll_);
+    HintInput hint{rows, input.focus, input.entered, attempt_.outcome(), scrolls(lines, size), std::nullopt};
+    if (isWorking()) hint.secondsOfWork = secondsOfWork_;
+    Frame frame = compose(lines, hintFor(hint, size.columns - 3), size, scroll_);
     scroll_ = frame.scroll;
     controlLines_ = std::move(lines.controlLines);
-    noteText_ = input.note.text;
-    if (frame == frame_ && size == size_) return;
+    if (frame == frame_ && size == size_ && !isGarbled_) return;
 
-    size_ = size;
+    noteSize(size);
     // One batch between the marks of a synchronized update, so that nothing flickers.
     std::string bytes = "\x1B[?2026h\x1B[?25l" + erasing();
+    isGarbled_ = false;
     frame_ = std::move(frame);
     bytes += encoded(frame_.lines, input.styling);
     if (frame_.cursor) {
@@ -256,22 +292,31 @@ void ScreenMode::draw() {
     writeAll(terminal_.output, bytes + "\x1B[?2026l");
 }
 
+// A terminal that was made too small for what stood on it gives the rest back when it grows again.
+void ScreenMode::noteSize(const TerminalSize& size) {
+    lostLines_ |= rowsTaken(frame_, size.columns) > size.rows;
+    bool grew = size.columns > size_.columns || size.rows > size_.rows;
+    isGarbled_ |= lostLines_ && grew;
+    size_ = size;
+}
+
 // Takes what was drawn off the screen, the cursor standing where the first line began.
 std::string ScreenMode::erasing() const {
+    if (isGarbled_) return "\x1B[H\x1B[2J";
     if (frame_.lines.empty()) return "";
     std::string bytes = "\r";
     bytes += cursorMove(rowsAbove(frame_, sizeOfTerminal(terminal_.output).columns), 'A');
     return bytes + "\x1B[J";
 }
 
-void ScreenMode::requestEnded(End end, const std::optional<std::string>& unopened) {
+void ScreenMode::requestEnded(End end, const std::optional<std::string>& unopened, bool) {
     if (!raw_) return;
     TerminalSize size = sizeOfTerminal(terminal_.output);
-    std::vector<std::string> message;
-    if (end == End::completed && unopened)
-        message = {noBrowser, harmless(*unopened)};
-    else if (end == End::completed)
-        message = messageLines(sheet::rowsOf(terminal_.sheet.rootView()), size.columns - 1, terminal_.clipboard.note());
+    Ending ending;
+    if (end == End::completed)
+        ending = endingOf(terminal_, sheet::rowsOf(terminal_.sheet.rootView()), size.columns - 1,
+                          attempt_.unanswered().sentence(), unopened);
+    auto& message = ending.lines;
     auto most = static_cast<std::size_t>(std::max(size.rows - 2, 1));
     if (message.size() > most) {
         std::string more = "… and " + std::to_string(message.size() - most) + " more lines";
@@ -282,6 +327,7 @@ void ScreenMode::requestEnded(End end, const std::optional<std::string>& unopene
     for (auto& line : message) bytes += line + "\r\n";
     writeAll(terminal_.output, bytes);
     frame_ = {};
+    writeResult(terminal_, ending);
 }
 
 }  // namespace tobrel::terminal

@@ -33,6 +33,8 @@ public:
         result_.footer = std::string::npos;
         for (auto& row : rows) add(row);
         result_.footer = std::min(result_.footer, result_.lines.size());
+        if (!result_.rows.empty()) return;
+        for (std::size_t line = 0; line < result_.footer; ++line) result_.rows.push_back({line, line});
     }
 
     SheetLines take() { return std::move(result_); }
@@ -43,11 +45,13 @@ private:
 
     void add(const Row& row) {
         if (row.apart && !result_.lines.empty()) result_.lines.emplace_back();
-        if (row.footer) result_.footer = result_.lines.size();
+        std::size_t first = result_.lines.size();
+        if (row.footer) result_.footer = first;
         if (row.pieces.size() == 1 && row.pieces.front().label)
             addLabel(*row.pieces.front().label);
         else
             addFlow(row);
+        if (!row.footer && !sheet::controlsOf({row}).empty()) result_.rows.push_back({first, result_.lines.size() - 1});
     }
 
     static Style styleOf(const NSTextField& label) {
@@ -57,14 +61,15 @@ private:
     }
 
     void addLabel(const NSTextField& label) {
+        if (belongsTo(input_.note, label))
+            for (auto& line : fitted(input_.note.text, columns_, 0))
+                addLine({{{std::move(line), Style::dim}}, indent_});
         for (auto& line : linesOf(label, columns_)) {
             if (isAddress(line))
                 addAddress(line, label.textColor() == NSTextColor::link ? Style::link : Style::plain);
             else
                 addLine({{{std::move(line), styleOf(label)}}, indent_});
         }
-        if (!belongsTo(input_.note, label)) return;
-        for (auto& line : fitted(input_.note.text, columns_, 0)) addLine({{{std::move(line), Style::dim}}, indent_});
     }
 
     void addAddress(std::string_view address, Style style) {
@@ -129,7 +134,7 @@ private:
         else if (piece.checkBox)
             drawn = drawCheckBox(*piece.checkBox, isFocused(piece));
         else if (piece.button)
-            drawn = drawBox(piece.button->title(), "", piece, piece.button->keyEquivalent() == "\r");
+            drawn = drawBox(piece.button->title(), "", piece, piece.button == input_.entered);
         else
             drawn = drawBox(selectedTitle(*piece.popUp), " ▾", piece, false);
         for (auto& span : drawn.spans) drawn.columns += columnsOf(span.text);

@@ -41,7 +41,9 @@ struct LayoutInput {
     Styling styling = Styling::styled;
     // The control that has the focus, or null.
     const NSView* focus = nullptr;
-    // Its text, where that is a field.
+    // The button that Enter presses, or null.
+    const NSButton* entered = nullptr;
+    // The focused control's text, where that is a field.
     FieldEdit edit;
     Note note;
 };
@@ -50,6 +52,12 @@ struct SheetLines {
     std::vector<Line> lines;
     // The first line of the sheet's own row of buttons; lines.size() where it has none.
     std::size_t footer = 0;
+    // The first and the last line of what scrolling counts: each row of a list, or each line where there is none.
+    struct Extent {
+        std::size_t first;
+        std::size_t last;
+    };
+    std::vector<Extent> rows;
     // Of each control, in the order of controlsOf().
     std::vector<std::size_t> controlLines;
     // In the focused control.

@@ -1,12 +1,13 @@
 #include "frontends/terminal/terminal_front_end.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <utility>
 
 #include "frontends/terminal/clipboard.h"
 #include "frontends/terminal/line_mode.h"
-#include "frontends/terminal/output.h"
+#include "frontends/terminal/raw_terminal.h"
 #include "frontends/terminal/screen_mode.h"
 
 namespace tobrel {
@@ -20,34 +21,43 @@ TerminalFrontEnd::TerminalFrontEnd(int input, int output, TerminalEnvironment en
 
 TerminalFrontEnd::~TerminalFrontEnd() = default;
 
-bool TerminalFrontEnd::isInteractive() const {
-    return environment_.takesEscapeSequences() && isatty(input_) && isatty(output_);
-}
-
 void TerminalFrontEnd::attach(Sheet& sheet, MainLoop& loop) {
     terminal_ = std::make_unique<terminal::Terminal>(
-        terminal::Terminal{input_, output_, environment_, *clipboard_, sheet, loop});
+        terminal::Terminal{input_, output_, output_, environment_, *clipboard_, sheet, loop});
     mode_ = std::make_unique<terminal::LineMode>(*terminal_);
 }
 
 void TerminalFrontEnd::appear() {
-    if (isInteractive()) mode_ = std::make_unique<terminal::ScreenMode>(*terminal_);
+    if (isatty(input_) && !isatty(output_)) terminal_->output = terminalForSheet();
+    bool canDraw = environment_.takesEscapeSequences() && isatty(input_) && isatty(terminal_->output);
+    if (canDraw)
+        mode_ = std::make_unique<terminal::ScreenMode>(*terminal_);
+    else if (terminal_->output != output_)
+        mode_ = std::make_unique<terminal::LineMode>(*terminal_);
     mode_->appear();
+}
+
+// Whoever sits before it answers the sheet there, while the output gets the result.
+int TerminalFrontEnd::terminalForSheet() {
+    int opened = open(environment_.controllingTerminal.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    controllingTerminal_ = std::make_unique<terminal::Descriptor>(opened);
+    if (isatty(opened)) return opened;
+    return isatty(STDERR_FILENO) ? STDERR_FILENO : output_;
 }
 
 void TerminalFrontEnd::mainQueueRanDry(bool changed) {
     mode_->mainQueueRanDry(changed);
 }
 
-void TerminalFrontEnd::requestEnded(const std::optional<NSError>& cancelled, bool) {
-    clipboard_->finish();
-    mode_->requestEnded(cancelled ? terminal::Mode::End::cancelled : terminal::Mode::End::completed, unopened_);
+void TerminalFrontEnd::requestEnded(const std::optional<NSError>& cancelled, bool changed) {
+    mode_->requestEnded(cancelled ? terminal::Mode::End::cancelled : terminal::Mode::End::completed, unopened_,
+                        changed);
     // Restores the terminal before the host writes anything of its own.
     mode_.reset();
 }
 
 void TerminalFrontEnd::setString(const std::string& text, const std::string& type) {
-    if (type == NSPasteboardTypeString) clipboard_->set(text, terminal_->loop);
+    if (type == NSPasteboardTypeString) clipboard_->set(text);
 }
 
 bool TerminalFrontEnd::openURL(const std::string& url) {
@@ -57,7 +67,7 @@ bool TerminalFrontEnd::openURL(const std::string& url) {
 }
 
 void TerminalFrontEnd::beep() {
-    if (isatty(output_)) terminal::writeAll(output_, "\a");
+    if (isatty(terminal_->output)) terminal::writeAll(terminal_->output, "\a");
     if (mode_) mode_->beeped();
 }
 

@@ -4,19 +4,21 @@
 #include <optional>
 #include <string>
 
-#include "frontends/terminal/terminal_environment.h"
+#include "frontends/terminal/mode.h"
 #include "platform/front_end.h"
 
 namespace tobrel {
 
 namespace terminal {
 class Clipboard;
+class Descriptor;
 class Mode;
 struct Terminal;
 }  // namespace terminal
 
-// Shows the sheet as text: drawn in place and driven by single keys where both descriptors are a terminal that can do
-// that, otherwise line by line. SIGPIPE must be ignored by the host.
+// Shows the sheet as text: drawn in place and driven by single keys on a terminal that can do that, otherwise line by
+// line. Where the input is a terminal and the output is none, the sheet goes to the controlling terminal, and the
+// output gets the result alone. SIGPIPE must be ignored by the host.
 class TerminalFrontEnd : public FrontEnd {
 public:
     // An input of -1 has nothing to say. The browser outlives the front end.
@@ -38,13 +40,14 @@ public:
     void beep() override;
 
 private:
-    bool isInteractive() const;
+    int terminalForSheet();
 
     const int input_;
     const int output_;
     const TerminalEnvironment environment_;
     NSWorkspace& browser_;
     // Declared in the order of their use: the mode goes first.
+    std::unique_ptr<terminal::Descriptor> controllingTerminal_;
     std::unique_ptr<terminal::Clipboard> clipboard_;
     std::unique_ptr<terminal::Terminal> terminal_;
     std::unique_ptr<terminal::Mode> mode_;

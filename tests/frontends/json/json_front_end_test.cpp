@@ -130,9 +130,11 @@ TEST_F(JsonFrontEndTest, CarriesOutOneInstructionAfterTheOtherAndTellsWhatHappen
     onAction_["submitLink:"] = [&] {
         root_.removeAllSubviews();
         add({label_});
+        working_ = true;
         timer_ = loop_.startTimer(std::chrono::milliseconds(1), [&] {
             frontEnd_->setString("https://example/1", NSPasteboardTypeString);
             label_->setStringValue("Link copied to the clipboard:\nhttps://example/1");
+            working_ = false;
         });
     };
     days_->becomeFirstResponder();
@@ -184,6 +186,7 @@ TEST_F(JsonFrontEndTest, RefusesWithAReasonAndChangesNothing) {
         {R"({"do":"key","key":""})", "no button with this key"},
         {R"({"do":"wait","text":"x","seconds":1e999})", "“seconds” must be"},
         {R"({"do":"wait","title":"Done","seconds":0.001})", "button “Done” has not come in time"},
+        {R"({"do":"wait","text":"never"})", "label with “never” cannot come any more"},
     };
     std::vector<std::string> instructions;
     for (auto& [instruction, reason] : cases) instructions.push_back(instruction);

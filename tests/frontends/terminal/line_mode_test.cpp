@@ -55,8 +55,8 @@ TEST_F(LineModeTest, aScriptAnswersTheFormAndReadsItsResult) {
               "\n\n[3] Create Link (Enter)   [4] Cancel\n"
               "[2] days: 7\n\n"
               "Creating share link…\n\n"
-              "Link copied to the clipboard:\nhttps://x.org/a\nIt holds 7 days.\n"
-              "No clipboard can be reached from here. Please copy the address above.\n\n[1] Done (Enter)\n");
+              "No clipboard can be reached from here. Please copy the address below.\n"
+              "Link copied to the clipboard:\nhttps://x.org/a\nIt holds 7 days.\n\n[1] Done (Enter)\n");
 }
 
 TEST_F(LineModeTest, eachRefusalIsOneSentenceAndTheEndOfInputCloses) {

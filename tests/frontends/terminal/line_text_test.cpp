@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "frontends/sheet/user.h"
 #include "support/sheet_host.h"
 
 namespace tobrel::terminal {
@@ -14,7 +15,7 @@ protected:
 TEST_F(LineTextTest, numbersTheControlsFromTheTop) {
     host->showShareForm("a\nb");
     host->email->setEnabled(false);
-    EXPECT_THAT(numberedLines(sheet::rowsOf(*host->root), 30, {}),
+    EXPECT_THAT(numberedLines(sheet::rowsOf(*host->root), 30, {}, sheet::defaultButton(sheet::rowsOf(*host->root))),
                 ::testing::ElementsAre("Share “a␊b” with a Tobrel user", "", "[1] their Tobrel email:  (not available)",
                                        "[2] (*) 1 Can view and download", "    ( ) 2 Can view, add, edit and delete",
                                        "", "[3] Share (Enter)   [4] Cancel"));
@@ -33,7 +34,7 @@ TEST_F(LineTextTest, readsALineAsAnInstructionOrRefusesItInASentence) {
         {"2 can view and download", 2, {}, 0}, {"", 3, {}, {}},   {"cancel", 4, {}, {}},
     };
     for (auto& [line, control, text, item] : taken) {
-        Instruction instruction = instructionOf(line, form);
+        Instruction instruction = instructionOf(line, form, sheet::defaultButton(form));
         EXPECT_EQ(instruction.control, control - 1) << line;
         EXPECT_EQ(instruction.text, text) << line;
         EXPECT_EQ(instruction.item, item) << line;
@@ -42,8 +43,8 @@ TEST_F(LineTextTest, readsALineAsAnInstructionOrRefusesItInASentence) {
     using Refusals = std::vector<std::pair<std::string, std::string>>;
     const auto expectRefused = [](const Rows& rows, const Refusals& refusals) {
         for (auto& [line, refusal] : refusals) {
-            EXPECT_FALSE(instructionOf(line, rows).control) << line;
-            EXPECT_EQ(instructionOf(line, rows).refusal, refusal) << line;
+            EXPECT_FALSE(instructionOf(line, rows, sheet::defaultButton(rows)).control) << line;
+            EXPECT_EQ(instructionOf(line, rows, sheet::defaultButton(rows)).refusal, refusal) << line;
         }
     };
     expectRefused(form,

@@ -15,7 +15,7 @@ using tobrel::testing::PtyChild;
 using tobrel::testing::SheetHost;
 
 // Runs in the child: a sheet as `prepare` makes it, on the child's terminal.
-std::function<int()> sheet(const std::function<void(SheetHost&, TerminalFrontEnd&)>& prepare) {
+std::function<int()> shown(const std::function<void(SheetHost&, TerminalFrontEnd&)>& prepare) {
     return [prepare] {
         auto host = std::make_shared<SheetHost>();
         testing::NoBrowser browser;
@@ -42,7 +42,7 @@ void linkForm(SheetHost& host, TerminalFrontEnd& frontEnd) {
 }
 
 TEST(ScreenMode, aFormIsFilledInAndItsResultStaysAfterTheEnd) {
-    PtyChild child(sheet(linkForm));
+    PtyChild child(shown(linkForm));
     child.expect("[x] Link expires after >30    < days");
     EXPECT_FALSE(child.has(ICANON));
     child.send("0\r");
@@ -61,7 +61,7 @@ TEST(ScreenMode, aFormIsFilledInAndItsResultStaysAfterTheEnd) {
 }
 
 TEST(ScreenMode, keysMoveSwitchAndChooseOnATerminalOfAnySize) {
-    PtyChild child(sheet(linkForm));
+    PtyChild child(shown(linkForm));
     child.expect("Esc closes");
     child.send("\x1B[Z ");
     child.expect("> < Link expires after [30    ]");
@@ -74,7 +74,7 @@ TEST(ScreenMode, keysMoveSwitchAndChooseOnATerminalOfAnySize) {
     child.send("\x1B");
     EXPECT_EQ((child.rest(), child.waitStatus()), 0);
 
-    PtyChild second(sheet([](SheetHost& host, TerminalFrontEnd&) { host.showShareForm("R"); }));
+    PtyChild second(shown([](SheetHost& host, TerminalFrontEnd&) { host.showShareForm("R"); }));
     second.expect("Esc closes");
     second.send("\x1B[200~ann@x.org\r\x1B[201~\t\x1B[B");
     second.expect("[ann@x.org ");
@@ -86,7 +86,7 @@ TEST(ScreenMode, keysMoveSwitchAndChooseOnATerminalOfAnySize) {
 }
 
 TEST(ScreenMode, whatWasTypedAheadOfAPressDoesNotReachTheNextSheet) {
-    PtyChild child(sheet([&](SheetHost& host, TerminalFrontEnd&) {
+    PtyChild child(shown([&](SheetHost& host, TerminalFrontEnd&) {
         host.actions["revokeTapped:"] = [&host, pressed = 0](NSButton&) mutable {
             ++pressed;
             host.loop.async([&host, pressed] { host.showList({"left after " + std::to_string(pressed)}); });
@@ -114,7 +114,7 @@ TEST(ScreenMode, theTerminalIsRestoredHoweverTheProcessEnds) {
             signal(SIGTERM, SIG_DFL);
             signal(SIGABRT, SIG_DFL);
             // As outside of a test's own handlers of exceptions.
-            std::thread program(sheet([&](SheetHost& host, TerminalFrontEnd&) {
+            std::thread program(shown([&](SheetHost& host, TerminalFrontEnd&) {
                 host.actions["revokeTapped:"] = [&](NSButton&) { onPress(); };
                 host.showList({"ann"});
             }));
@@ -134,7 +134,7 @@ TEST(ScreenMode, theTerminalIsRestoredHoweverTheProcessEnds) {
 TEST(ScreenMode, aTerminalThatHangsUpClosesTheSheet) {
     PtyChild child([&] {
         signal(SIGHUP, SIG_IGN);
-        return sheet(linkForm)() + 5;
+        return shown(linkForm)() + 5;
     });
     child.expect("Esc closes");
     child.hangUp();

@@ -45,7 +45,7 @@ TEST_F(SheetLinesTest, anAddressIsNeverCutAndStaysOneLineForTheTerminal) {
     note = {address, "A note."};
     host->showLabel("Link copied to the clipboard:\n" + address + "\nThis link does not expire.");
     for (int columns : {20, 80, 400}) EXPECT_THAT(drawn(columns), HasSubstr(address + "\r\n")) << columns;
-    EXPECT_THAT(drawn(80), HasSubstr("  This link does not expire.\r\n  A note.\r\n"));
+    EXPECT_THAT(drawn(80), HasSubstr("  A note.\r\n  Link copied to the clipboard:\r\n"));
     note.about = "https://tobrel.example/";
     EXPECT_THAT(drawn(80), Not(HasSubstr("A note.")));
 }
@@ -109,6 +109,8 @@ TEST(RowsAbove, countsTheRowsThatATerminalMakesOfAFrameWhenItsWidthChanges) {
     EXPECT_EQ(rowsAbove(frame, 60), 3);
     EXPECT_EQ(rowsAbove(frame, 100), 2);
     EXPECT_EQ(rowsAbove(frame, 20), 5);
+    frame.cursor->line = 0;
+    EXPECT_EQ(rowsTaken(frame, 20), 6);
 }
 
 }  // namespace tobrel::terminal
