@@ -59,6 +59,14 @@ TEST_F(LineModeTest, aScriptAnswersTheFormAndReadsItsResult) {
               "Link copied to the clipboard:\nhttps://x.org/a\nIt holds 7 days.\n\n[1] Done (Enter)\n");
 }
 
+TEST_F(LineModeTest, enterActsOnTheFormThatWasChanged) {
+    std::string pressed;
+    host->actions["submitLink:"] = [&](NSButton& button) { pressed = button.title(); };
+    host->showLinkForm("Copy Link");
+    EXPECT_THAT(run("2 7\n\n"), HasSubstr("[2] days: 7\n[3] New Link (Enter)   [4] Copy Link   [5] Cancel\n"));
+    EXPECT_EQ(pressed, "New Link");
+}
+
 TEST_F(LineModeTest, eachRefusalIsOneSentenceAndTheEndOfInputCloses) {
     host->actions["submitLink:"] = [&](NSButton&) {
         if (host->days->stringValue() == "0") frontEnd.beep();

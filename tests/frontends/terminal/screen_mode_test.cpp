@@ -47,6 +47,7 @@ TEST(ScreenMode, aFormIsFilledInAndItsResultStaysAfterTheEnd) {
     EXPECT_FALSE(child.has(ICANON));
     child.send("0\r");
     child.expect("\a");
+    child.expect("“0” is not accepted here");
     child.send("\x15" + std::string("7"));
     child.expect(">7     <");
     child.send("\r");
@@ -83,6 +84,40 @@ TEST(ScreenMode, keysMoveSwitchAndChooseOnATerminalOfAnySize) {
     second.expect("> Can view and download ▾ <");
     second.send("\x03");
     EXPECT_EQ((second.rest(), second.waitStatus()), 0);
+}
+
+TEST(ScreenMode, anEnterMeanwhilePressesNothingAndAnEscapeLeavesAWord) {
+    PtyChild child(shown([](SheetHost& host, TerminalFrontEnd&) {
+        host.actions["submitLink:"] = [&host](NSButton&) {
+            host.working = true;
+            host.showLabel("Creating share link…");
+        };
+        host.showLinkForm();
+    }));
+    child.expect("Esc closes");
+    child.send("\r");
+    child.expect("Creating share link…");
+    child.expect("[ Done ]");
+    child.send("\r");
+    child.expect("Waiting for 1 s");
+    child.send("\x1B");
+    EXPECT_THAT(child.rest(), HasSubstr("Closed before “Create Link” was answered"));
+}
+
+TEST(ScreenMode, aListNamesWhomAButtonIsAboutAndEndsAtItsEnd) {
+    PtyChild child(shown([](SheetHost& host, TerminalFrontEnd&) {
+        std::vector<std::string> people;
+        for (int i = 1; i <= 40; ++i) people.push_back("p" + std::to_string(i) + "@x.org");
+        host.showList(people);
+    }));
+    child.expect("PgUp PgDn scroll");
+    child.send("\x1B[F");
+    child.expect("p40@x.org");
+    child.expect("Enter Stop sharing: p40@x.org · Esc closes");
+    child.send("\x0C");
+    child.expect("\x1B[H\x1B[2J");
+    child.send("\x1B");
+    child.rest();
 }
 
 TEST(ScreenMode, whatWasTypedAheadOfAPressDoesNotReachTheNextSheet) {
