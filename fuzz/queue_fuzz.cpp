@@ -3,7 +3,9 @@
 #include <cstdlib>
 
 #include "platform/files.h"
+#include "state/queue_entry.h"
 #include "state/queue_rewriter.h"
+#include "text/json.h"
 
 // Whatever a queue file holds: what comes of it is the old text without its white space, if that is an array of
 // objects to a full parser, with the new request behind.
@@ -18,6 +20,7 @@ struct Reader : tobrel::FileReader {
         text.remove_prefix(count);
         return count;
     }
+    bool restart() override { return false; }
     std::string_view text;
     std::size_t portion = 0;
 };
@@ -32,6 +35,9 @@ struct Replacement : tobrel::FileReplacement {
         return true;
     }
     bool commit() override { return true; }
+    Exchange exchange(const tobrel::FileState&) override { return Exchange::failed; }
+    std::unique_ptr<tobrel::FileReader> displaced() override { return nullptr; }
+    void keepDisplaced() override {}
     std::string text;
 };
 
@@ -72,17 +78,21 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::string_view old = file;
     if (old.starts_with("\xEF\xBB\xBF")) old.remove_prefix(3);
     json::error_code error;
-    json::value parsed = json::parse(old, error, {}, options());
+    json::parse(old, error, {}, options());
     // Refused for the parser's own arithmetic alone.
     if (error == json::error::exponent_overflow) return 0;
-    bool isQueue = !error && parsed.is_array() &&
-                   std::ranges::all_of(parsed.get_array(), [](const json::value& entry) { return entry.is_object(); });
+    auto parsed = tobrel::json::parse(old);
+    bool isQueue = parsed && parsed->is_array() &&
+                   std::ranges::all_of(parsed->get_array(), [](const json::value& entry) { return entry.is_object(); });
     std::string expected = isQueue ? compact(old) : "[]";
     expected.pop_back();
 
     Replacement replacement;
     reader.text = file;
-    check(appendRequests(&reader, replacement, {identifier}, true));
+    tobrel::QueueRewriter rewriter(replacement);
+    check(rewriter.copy(reader) == isQueue);
+    rewriter.add(tobrel::queueEntry(identifier, true));
+    check(rewriter.finish());
     std::string_view result = replacement.text;
     check(result.starts_with(expected));
     result.remove_prefix(expected.size());

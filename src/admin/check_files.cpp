@@ -1,5 +1,6 @@
 #include "admin/checks.h"
 
+#include <fcntl.h>
 #include <glob.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -7,15 +8,18 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <sstream>
 
 #include "admin/compose.h"
 #include "admin/subcommand.h"
 #include "platform/files.h"
 #include "platform/linux/data_folder.h"
+#include "platform/linux/file_names.h"
 #include "platform/linux/file_provider/registry.h"
 #include "platform/user_database.h"
 #include "state/paths.h"
+#include "state/queue_reader.h"
 #include "text/harmless_text.h"
 #include "text/json.h"
 
@@ -28,6 +32,25 @@ constexpr mode_t forOthers = 077;
 
 bool isWritableFolder(const std::string& path) {
     return access(path.c_str(), R_OK | W_OK | X_OK) == 0;
+}
+
+// Why a file of a few kilobytes cannot be written there: an error number. Leaves no trace.
+std::optional<int> tryToWrite(const std::string& folder) {
+    FileDescriptor file(open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600));
+    std::string name;
+    if (!file && errno == EOPNOTSUPP) {
+        name = folder + "/" + temporaryName(Guard::lock);
+        file = FileDescriptor(open(name.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0600));
+    }
+    const std::string content(64 * 1024, '.');
+    errno = 0;
+    bool written = file && write(file.number(), content.data(), content.size()) == ssize_t(content.size()) &&
+                   fsync(file.number()) == 0;
+    int error = errno;
+    if (file && !name.empty()) unlink(name.c_str());
+    if (written) return std::nullopt;
+    // Less than all was written.
+    return error ? error : ENOSPC;
 }
 
 // Ready to be typed.
@@ -74,7 +97,7 @@ bool exists(const std::string& pattern) {
 }  // namespace
 
 Finding checkPrivateFolder() {
-    const std::string path = Paths::home() + "/.tobrel";
+    const std::string path = Paths::privateFolder();
     const std::string name = inQuotes(path);
     constexpr const char* check = "private folder";
     struct stat status {};
@@ -85,6 +108,10 @@ Finding checkPrivateFolder() {
         return {check, name + " belongs to another user", "give it to the user who runs this"};
     if (status.st_mode & forOthers) return {check, "others may look into " + name, "chmod 700 " + quoted(path)};
     if (!isWritableFolder(path)) return {check, name + " cannot be written", "chmod 700 " + quoted(path)};
+    if (auto obstacle = tryToWrite(path))
+        return *obstacle == ENOSPC || *obstacle == EDQUOT
+                   ? Finding{check, "the disk of " + name + " is full", "make room on it"}
+                   : Finding{check, name + " takes no new file: " + std::strerror(*obstacle), "see to its disk"};
     return {check, name + " is there, and private", ""};
 }
 
@@ -108,6 +135,26 @@ Finding checkSettings(Composition& composition) {
     if (object->contains("api_key") && status.st_mode & forOthers)
         return {check, "others can read the API key in " + name, "chmod 600 " + quoted(path)};
     return {check, name + " is well", ""};
+}
+
+std::vector<Finding> checkPinQueue(Composition& composition) {
+    constexpr const char* check = "pin queue";
+    struct Nothing : QueueVisitor {
+        void entryPart(std::string_view, Part) override {}
+    } nothing;
+    const std::string path = Paths::in("pinned_pending.json");
+    std::vector<Finding> findings;
+    for (const std::string& kept : keptBeside(path))
+        findings.push_back({check, inQuotes(kept) + " holds what could not be read as a queue",
+                            "look into it, then: rm " + quoted(kept)});
+    struct stat status {};
+    bool exists = lstat(path.c_str(), &status) == 0 || errno != ENOENT;
+    auto file = composition.files().open(path);
+    if (exists && !(file && readQueue(*file, nothing)))
+        findings.push_back({check, inQuotes(path) + " is no queue of pin requests that can be read",
+                            "correct it; otherwise the next pin command sets it aside"});
+    if (findings.empty()) findings.push_back({check, exists ? inQuotes(path) + " is well" : "there is none yet", ""});
+    return findings;
 }
 
 std::vector<Finding> checkDomains(Composition& composition) {

@@ -26,6 +26,8 @@ Finding checkSettings(Composition& composition);
 // Whether the server answers, and whether it accepts the key: asks for the top of the storage.
 std::vector<Finding> checkServer(Composition& composition);
 Finding checkKeychain(Composition& composition);
+// The queue itself, and what has been set aside of it.
+std::vector<Finding> checkPinQueue(Composition& composition);
 std::vector<Finding> checkDomains(Composition& composition);
 std::vector<Finding> checkFileManagers(const Invocation& invocation);
 

@@ -37,6 +37,7 @@ int runDoctor(const Invocation& invocation) {
         }
     };
     tell({checkPrivateFolder()});
+    tell(checkPinQueue(composition));
     tell({checkSettings(composition)});
     tell({checkKeychain(composition)});
     tell(checkServer(composition));

@@ -29,6 +29,7 @@ Sets up what the file actions need, and looks after it.
   server URL                    set the server's address
   key set | delete | status     store the API key read from standard input, or look after it
   pins                          the queue of pin requests, oldest first
+  pins take                     print the queue as pins --json does, and empty it
   doctor                        check the installation and say what to do
 
 Options:

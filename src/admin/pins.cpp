@@ -1,101 +1,121 @@
 #include <sys/stat.h>
+#include <unistd.h>
 
-#include <boost/json/parse.hpp>
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 #include "admin/listing.h"
 #include "admin/subcommand.h"
+#include "platform/linux/file_names.h"
 #include "platform/linux/files_posix.h"
 #include "platform/linux/user_database_posix.h"
-#include "state/json_stream.h"
-#include "state/queue_rewriter.h"
+#include "state/paths.h"
+#include "state/pin_queue.h"
 #include "text/harmless_text.h"
+#include "text/json.h"
 
 namespace tobrel::admin {
 
 namespace {
 
 std::string plainLine(const std::string& entry) {
-    boost::json::parse_options options;
-    options.max_depth = jsonDepthLimit;
-    boost::json::error_code error;
-    auto value = boost::json::parse(entry, error, {}, options);
-    const auto* object = value.if_object();
-    const auto* identifier = object ? object->if_contains("id") : nullptr;
-    const auto* pin = object ? object->if_contains("pin") : nullptr;
-    if (!identifier || !identifier->is_string() || !pin || !pin->is_bool()) return "?\t" + plainField(entry);
-    return (pin->get_bool() ? "keep\t" : "unkeep\t") + plainField(identifier->get_string());
+    auto object = json::parseObject(entry);
+    auto identifier = object ? json::string(*object, "id") : std::nullopt;
+    auto pin = object ? json::boolean(*object, "pin") : std::nullopt;
+    if (!identifier || !pin) return "?\t" + plainField(entry);
+    return (*pin ? "keep\t" : "unkeep\t") + plainField(*identifier);
 }
 
 enum class Format { nothing, plain, json };
 
-// Prints the entries of a queue that passes by as compact JSON.
-class EntryPrinter : public FileReplacement {
+class Printer : public PinQueue::Taker {
 public:
-    explicit EntryPrinter(Format format) : format_(format) {}
-    bool isQueue() const { return isQueue_; }
+    explicit Printer(Format format) : format_(format) {}
 
-    bool write(std::string_view text) override {
-        if (format_ == Format::nothing || !isQueue_) return true;
-        for (char c : text) {
-            if (depth_ > 1) entry_ += c;
-            take(c);
-        }
-        return true;
+    void entryPart(std::string_view text, Part part) override {
+        if (format_ == Format::nothing) return;
+        entry_ += text;
+        if (part == Part::inner) return;
+        if (format_ == Format::plain) entry_ = plainLine(entry_);
+        entry_ += '\n';
+        std::fwrite(entry_.data(), 1, entry_.size(), stdout);
+        entry_.clear();
     }
-    bool restart() override {
-        isQueue_ = false;
-        return true;
+
+    bool finish() override {
+        if (std::fflush(stdout) != 0 || std::ferror(stdout)) return false;
+        // A pipe and a terminal have nothing to flush.
+        return fsync(STDOUT_FILENO) == 0 || errno == EINVAL || errno == EROFS || errno == ENOTSUP;
     }
-    bool commit() override { return false; }
 
 private:
-    void take(char c) {
-        if (inString_) {
-            if (c == '"' && !escaped_) inString_ = false;
-            escaped_ = c == '\\' && !escaped_;
-        } else if (c == '"') {
-            inString_ = true;
-        } else if (c == '{' || c == '[') {
-            if (++depth_ == 2) entry_ = c;
-        } else if ((c == '}' || c == ']') && --depth_ == 1) {
-            std::string line = format_ == Format::json ? entry_ : plainLine(entry_);
-            line += '\n';
-            std::fwrite(line.data(), 1, line.size(), stdout);
-        }
-    }
-
     const Format format_;
-    bool isQueue_ = true;
     std::string entry_;
-    std::size_t depth_ = 0;
-    bool inString_ = false;
-    bool escaped_ = false;
 };
 
-// Reads as the pin commands do when they add to the queue: what they would throw away is no queue here either.
-bool pass(const std::string& path, Format format) {
+void noteKept(const std::string& queue) {
+    for (const std::string& kept : keptBeside(queue))
+        std::fprintf(stderr, "tobrel-admin: %s holds what could not be read as a queue; look into it, then remove it\n",
+                     inQuotes(kept).c_str());
+}
+
+int noQueue(const std::string& path) {
+    return failed(inQuotes(path) +
+                  " is no queue of pin requests that can be read; the next pin command sets it aside.");
+}
+
+int list(const std::string& path, Format format) {
     PosixFiles files;
     auto file = files.open(path);
-    EntryPrinter printer(format);
-    return file && appendRequests(file.get(), printer, {}, true) && printer.isQueue();
+    Printer nothing(Format::nothing);
+    // Checked before anything is printed.
+    if (!file || !readQueue(*file, nothing)) return noQueue(path);
+    Printer printer(format);
+    if (file->restart() && readQueue(*file, printer)) return 0;
+    return failed(inQuotes(path) + " was changed while it was read; try again.");
+}
+
+int take(const std::string& path) {
+    std::string trouble;
+    PosixFiles files([&](NoticeKind kind, const std::string& sentence) {
+        if (kind == NoticeKind::waiting)
+            std::fprintf(stderr, "tobrel-admin: %s\n", sentence.c_str());
+        else
+            trouble = sentence;
+    });
+    Printer printer(Format::json);
+    switch (PinQueue::take(files, path, printer)) {
+        case PinQueue::Taken::done:
+            return 0;
+        case PinQueue::Taken::noQueue:
+            return noQueue(path);
+        case PinQueue::Taken::notWritten:
+            return failed(std::string("standard output cannot be written, nothing was taken: ") + std::strerror(errno));
+        case PinQueue::Taken::notRemoved:
+            break;
+    }
+    return failed("What was printed is still in the queue. " + trouble);
 }
 
 }  // namespace
 
 int runPins(const Invocation& invocation) {
-    if (!invocation.words.empty()) return misused("the usage is: tobrel-admin pins");
+    const auto& words = invocation.words;
+    bool isTake = words.size() == 1 && words[0] == "take";
+    if (words.size() == 1 && !isTake) return noSuchWord("pins subcommand", words[0], {"take"});
+    if (words.size() > 1) return misused("the usage is: tobrel-admin pins [take]");
     PosixUserDatabase users(invocation.home);
-    std::string path = users.homeDirectory().value_or(users.NSHomeDirectory()) + "/.tobrel/pinned_pending.json";
+    std::string path = Paths::inHome(users.homeDirectory().value_or(users.NSHomeDirectory()), "pinned_pending.json");
     struct stat status {};
-    if (stat(path.c_str(), &status) != 0 && errno == ENOENT) return 0;
-    if (!PosixFiles().open(path)) return failed(inQuotes(path) + " is no file that can be read.");
-    // Checked before anything is printed.
-    if (!pass(path, Format::nothing))
-        return failed(inQuotes(path) + " is no queue of pin requests; the next pin command starts it anew.");
-    if (pass(path, invocation.json ? Format::json : Format::plain)) return 0;
-    return failed(inQuotes(path) + " was replaced while it was read; try again.");
+    if (lstat(path.c_str(), &status) != 0) {
+        if (errno != ENOENT) return failed(inQuotes(path) + " cannot be read: " + std::strerror(errno));
+        noteKept(path);
+        return 0;
+    }
+    int done = isTake ? take(path) : list(path, invocation.json ? Format::json : Format::plain);
+    noteKept(path);
+    return done;
 }
 
 }  // namespace tobrel::admin

@@ -4,8 +4,10 @@
 
 #include <filesystem>
 
+#include "dispatch/uilog.h"
 #include "host/counted_parts.h"
 #include "host/factories.h"
+#include "host/process.h"
 #include "host/program.h"
 #include "platform/front_end.h"
 #include "platform/linux/data_folder.h"
@@ -41,6 +43,11 @@ public:
                std::string_view message) override {
         for (OSLogSink* sink : {system_.get(), frontEnd_})
             if (sink) sink->write(type, subsystem, category, message);
+    }
+
+    // Of the program itself, not of the extension: the front end shows no such lines.
+    void note(const std::string& sentence) {
+        if (system_) system_->write(OSLogType::error, uilog().subsystem, "files", sentence);
     }
 
 private:
@@ -110,7 +117,10 @@ public:
 
 private:
     PosixUserDatabase users_;
-    PosixFiles files_;
+    PosixFiles files_{[this](NoticeKind kind, const std::string& sentence) {
+        say(sentence);
+        if (kind == NoticeKind::trouble && log_) log_->note(sentence);
+    }};
     const std::unique_ptr<MainLoop> loop_;
     WorkCounter work_{*loop_};
     // Before whatever starts threads.

@@ -1,7 +1,8 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
-#include <functional>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <span>
@@ -10,15 +11,23 @@
 
 namespace tobrel {
 
+// Tells what stands under a name from what stood there before. By default: nothing stands there.
+struct FileState {
+    std::array<std::uint64_t, 5> numbers{};
+    bool operator==(const FileState&) const = default;
+};
+
 // Reads a file from its beginning.
 class FileReader {
 public:
     virtual ~FileReader() = default;
     // The number of bytes read, 0 at the end; nothing on a read error.
     virtual std::optional<std::size_t> read(std::span<char> buffer) = 0;
+    // Goes back to the beginning.
+    virtual bool restart() = 0;
 };
 
-// The future content of a file, kept beside it until commit; destroyed without commit, it leaves no trace.
+// The future content of a file, kept beside it until commit or exchange; destroyed without, it leaves no trace.
 class FileReplacement {
 public:
     virtual ~FileReplacement() = default;
@@ -28,6 +37,16 @@ public:
     // Flushes the content to the disk and lets it take the file's place in one step, with the replaced file's mode
     // (0600 for a new file). On false the old file is untouched. At most once.
     virtual bool commit() = 0;
+
+    // failed: nothing has changed. changed: nothing has changed here either, because what stands in the file's place is
+    // no longer as expected. done: has taken the place of what was expected. displaced: of something else.
+    enum class Exchange { failed, changed, done, displaced };
+    // Commits where others may replace the file at the same time, whether or not they take the lock.
+    virtual Exchange exchange(const FileState& expected) = 0;
+    // What an exchange has displaced; null where that is no readable regular file.
+    virtual std::unique_ptr<FileReader> displaced() = 0;
+    // Leaves that beside the file, as Files::setAside does, where it would be removed with this object.
+    virtual void keepDisplaced() = 0;
 };
 
 // Held until destroyed.
@@ -36,18 +55,22 @@ public:
     virtual ~FolderLock() = default;
 };
 
-// Synchronous, on any thread.
+// Synchronous, on any thread. The real one tells the person, and the log, of what could not be written.
 class Files {
 public:
     virtual ~Files() = default;
     // Null where there is no readable regular file; never waits for a peer (a FIFO, a device).
     virtual std::unique_ptr<FileReader> open(const std::string& path) = 0;
+    virtual FileState state(const std::string& path) = 0;
     // Null where the file's folder takes no new file.
     virtual std::unique_ptr<FileReplacement> replace(const std::string& path) = 0;
+    // Moves what cannot be used out of the way, to a further name beside it ("FILE.kept", "FILE.kept-2" and so on).
+    // False where it is no longer as it was found, or a folder, or where as many are kept already as may be.
+    virtual bool setAside(const std::string& path, const FileState& found) = 0;
     // With its parents; what is created gets the mode, what exists keeps its own.
     virtual bool createFolder(const std::string& path, unsigned mode) = 0;
     // An advisory lock between processes on one file of a folder. Null where there is none to be had, or where its
-    // holder has made no progress (replaced the file) for some seconds.
+    // holder has made no progress (replaced the file) for minutes.
     virtual std::unique_ptr<FolderLock> lock(const std::string& path) = 0;
 };
 

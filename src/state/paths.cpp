@@ -7,6 +7,8 @@ namespace tobrel::Paths {
 
 namespace {
 
+constexpr const char* folderName = ".tobrel";
+
 std::string appending(std::string path, const std::string& component) {
     if (!path.empty() && path.back() != '/') path += '/';
     return path + component;
@@ -21,7 +23,15 @@ std::string home() {
 }
 
 std::string in(const std::string& name) {
-    return appending(appending(home(), ".tobrel"), name);
+    return inHome(home(), name);
+}
+
+std::string privateFolder() {
+    return appending(home(), folderName);
+}
+
+std::string inHome(const std::string& home, const std::string& name) {
+    return appending(appending(home, folderName), name);
 }
 
 }  // namespace tobrel::Paths

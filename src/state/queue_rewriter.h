@@ -1,17 +1,39 @@
 #pragma once
 
-#include <string>
-#include <vector>
+#include <memory>
+#include <string_view>
+
+#include "state/queue_reader.h"
 
 namespace tobrel {
 
-class FileReader;
 class FileReplacement;
 
-// Fills the replacement with the old queue, compact, and with one request per identifier behind it; with the new
-// requests alone where the old queue is null, cannot be read to its end or is no array of objects. Needs the same
-// little memory for a queue of any size. False when the replacement could not be written.
-bool appendRequests(FileReader* old, FileReplacement& replacement, const std::vector<std::string>& identifiers,
-                    bool pinned);
+// Fills a replacement with a queue, compact, in memory of one size.
+class QueueRewriter : private QueueVisitor {
+public:
+    explicit QueueRewriter(FileReplacement& file);
+
+    // The entries of an earlier queue, if called before add. False where it is none or cannot be read to its end; none
+    // of it is taken then.
+    bool copy(FileReader& old);
+    // One entry as JSON text.
+    void add(std::string_view entry) { entryPart(entry, Part::last); }
+    // False where the replacement could not be written.
+    bool finish();
+
+private:
+    void entryPart(std::string_view text, Part part) override;
+    void ownEntries(std::string_view text) override { entryPart(text, Part::last); }
+    void append(std::string_view text);
+    void write(std::size_t size);
+
+    FileReplacement& file_;
+    const std::unique_ptr<char[]> buffer_;
+    std::size_t size_ = 0;
+    bool failed_ = false;
+    // What stands before the next part.
+    std::string_view before_ = "[";
+};
 
 }  // namespace tobrel

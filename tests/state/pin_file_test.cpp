@@ -13,7 +13,9 @@
 #include <atomic>
 #include <boost/json.hpp>
 #include <filesystem>
+#include <set>
 
+#include "state/pin_queue.h"
 #include "support/local_platform.h"
 #include "support/temporary_folder.h"
 
@@ -40,6 +42,13 @@ pid_t inChild(const std::function<void()>& work) {
     }
     return child;
 }
+
+struct CollectingTaker : PinQueue::Taker {
+    void entryPart(std::string_view text, Part) override { entries.emplace_back(text); }
+    bool finish() override { return writes; }
+    std::vector<std::string> entries;
+    bool writes = true;
+};
 
 const std::string one = R"([{"id":"a","pin":false}])";
 
@@ -79,6 +88,19 @@ TEST_F(PinFileTest, StartsAfreshInThePlaceOfWhatIsNoReadableFile) {
     PinFile::request({"a"}, false);
     EXPECT_EQ(testing::readFile(queue), one);
     EXPECT_FALSE(fs::exists(home.file("nowhere")));
+}
+
+TEST_F(PinFileTest, KeepsOnceBesideItWhatIsNoQueue) {
+    fs::create_directory(folder);
+    for (std::string malformed : {"", "{}", "[{},1]", "[{}"}) {
+        testing::writeFile(queue, malformed);
+        PinFile::request({"a"}, false);
+        EXPECT_EQ(testing::readFile(queue), one);
+        PinFile::request({}, false);
+        EXPECT_EQ(testing::readFile(queue + ".kept"), malformed);
+        EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 2);
+        fs::remove(queue + ".kept");
+    }
 }
 
 TEST_F(PinFileTest, DoesNothingWhereNothingCanBeWritten) {
@@ -142,14 +164,77 @@ TEST_F(PinFileTest, NeverLosesACompleteRequestToAKilledProcess) {
     munmap(shared, sizeof(Counter));
 }
 
-TEST_F(PinFileTest, GoesOnWithoutALockThatIsNeverGivenBack) {
-    testing::LocalPlatform impatient(home.path(), std::chrono::milliseconds(50));
+TEST_F(PinFileTest, LosesNothingWithoutALockThatIsNeverGivenBack) {
+    PosixFiles impatient({}, std::chrono::milliseconds(50));
     fs::create_directory(folder);
     int other = open(folder.c_str(), O_RDONLY | O_DIRECTORY);
     ASSERT_EQ(flock(other, LOCK_EX), 0);
-    PinFile::request({"a"}, false);
-    EXPECT_EQ(testing::readFile(queue), one);
+    std::set<std::string> given;
+    for (int process = 0; process < 20; ++process) {
+        given.insert(std::to_string(process));
+        inChild([&] { PinQueue::append(impatient, queue, {std::to_string(process)}, true); });
+    }
+    for (int process = 0; process < 20; ++process) wait(nullptr);
+    std::set<std::string> kept;
+    for (const auto& entry : entries()) kept.emplace(entry.at("id").as_string());
+    EXPECT_EQ(kept, given);
     close(other);
+}
+
+// Another program's doing between the moment when the queue was read and the exchange.
+struct Meddled : PosixFiles {
+    std::unique_ptr<FileReader> open(const std::string& path) override {
+        auto file = PosixFiles::open(path);
+        if (auto once = std::exchange(meddle, {})) once();
+        return file;
+    }
+    std::function<void()> meddle;
+};
+
+TEST_F(PinFileTest, BringsInWhatAProgramThatTakesNoLockHasWritten) {
+    const std::string other = R"([{"id":"a","pin":false},{"id":"other"}])";
+    for (bool takes : {false, true}) {
+        for (bool empties : {false, true}) {
+            PinFile::request({}, true);
+            testing::writeFile(queue, one);
+            Meddled files;
+            files.meddle = [&] {
+                testing::writeFile(home.file("other"), empties ? "[]" : other);
+                fs::rename(home.file("other"), queue);
+            };
+            CollectingTaker taken;
+            if (takes)
+                EXPECT_EQ(PinQueue::take(files, queue, taken), PinQueue::Taken::done);
+            else
+                PinQueue::append(files, queue, {"x"}, true);
+            std::string expected = empties ? "" : R"({"id":"other"})";
+            if (!takes)
+                expected = (empties ? "" : other.substr(1, other.size() - 2) + ",") + R"({"id":"x","pin":true})";
+            EXPECT_EQ(testing::readFile(queue), "[" + expected + "]");
+        }
+    }
+}
+
+TEST_F(PinFileTest, GivesATakingClientEveryRequestOnce) {
+    constexpr int processes = 6, rounds = 50;
+    for (int process = 0; process < processes; ++process)
+        inChild([=] {
+            for (int round = 0; round < rounds; ++round)
+                PinFile::request({std::to_string(process) + " " + std::to_string(round)}, true);
+        });
+    PosixFiles files;
+    CollectingTaker client;
+    for (int running = processes; running > 0; running -= waitpid(-1, nullptr, WNOHANG) > 0)
+        EXPECT_EQ(PinQueue::take(files, queue, client), PinQueue::Taken::done);
+    PinQueue::take(files, queue, client);
+    EXPECT_EQ(client.entries.size(), processes * rounds);
+    EXPECT_EQ(std::set(client.entries.begin(), client.entries.end()).size(), processes * rounds);
+    EXPECT_EQ(testing::readFile(queue), "[]");
+
+    PinFile::request({"a"}, false);
+    client.writes = false;
+    EXPECT_EQ(PinQueue::take(files, queue, client), PinQueue::Taken::notWritten);
+    EXPECT_EQ(testing::readFile(queue), one);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "platform/files.h"
+#include "state/queue_entry.h"
 
 namespace tobrel {
 namespace {
@@ -17,6 +18,7 @@ struct TextReader : FileReader {
         text.remove_prefix(count);
         return count;
     }
+    bool restart() override { return false; }
     std::string_view text;
     std::size_t portion;
 };
@@ -31,6 +33,9 @@ struct TextReplacement : FileReplacement {
         return true;
     }
     bool commit() override { return true; }
+    Exchange exchange(const FileState&) override { return Exchange::failed; }
+    std::unique_ptr<FileReader> displaced() override { return nullptr; }
+    void keepDisplaced() override {}
     std::string text;
 };
 
@@ -38,7 +43,10 @@ std::string append(std::string_view old, std::vector<std::string> identifiers = 
                    std::size_t portion = 1 << 20) {
     TextReader reader(old, portion);
     TextReplacement replacement;
-    EXPECT_TRUE(appendRequests(&reader, replacement, identifiers, true));
+    QueueRewriter rewriter(replacement);
+    rewriter.copy(reader);
+    for (const std::string& identifier : identifiers) rewriter.add(queueEntry(identifier, true));
+    EXPECT_TRUE(rewriter.finish());
     return replacement.text;
 }
 
@@ -60,6 +68,10 @@ TEST(QueueRewriter, KeepsWhatIsValidToTheByteButForWhiteSpaceBetweenTokens) {
          "{\"n\":[1E+2,-0,0.10,18446744073709551616,1e-99999999999,1e400,{\"e5\":5e05}]}"},
         {"[{\"é\":\"\xF0\x9F\x98\x80\\ud83d\\ude00\x7F\",\"a\":null,\"a\":null}]",
          "{\"é\":\"\xF0\x9F\x98\x80\\ud83d\\ude00\x7F\",\"a\":null,\"a\":null}"},
+        {R"([{"a":"\udc00","\uDBFF\\ud800":["\ud83d"]}, {"\uD800" : "\ud800\ud800 \u00e9"}])",
+         R"({"a":"\udc00","\uDBFF\\ud800":["\ud83d"]},{"\uD800":"\ud800\ud800 \u00e9"})"},
+        {"[{ \"id\" : \"\\t\\/é😀\x7F\\u00E9\" , \"n\" : -0.5, \"z\":0 ,\"t\":null}]",
+         "{\"id\":\"\\t\\/é😀\x7F\\u00E9\",\"n\":-0.5,\"z\":0,\"t\":null}"},
         {nested(512), nested(512).substr(1, nested(512).size() - 2)},
     };
     for (const auto& [old, kept] : cases) {
@@ -103,7 +115,15 @@ TEST(QueueRewriter, DropsTheWholeOfAnOldQueueThatIsMalformedAnywhere) {
                                  ",{\"a\":\"\n\"}]",
                                  ",{\"a\":\"\xFF\"}]",
                                  ",{\"a\":\"\xC0\x80\"}]",
-                                 ",{\"a\":\"\\ud800\"}]",
+                                 ",{\"a\":\"\\ud80\"}]",
+                                 ",{\"a\":\"\\ud80g    \"}]",
+                                 ",{\"a\":-}]",
+                                 ",{\"a\":1.}]",
+                                 ",{\"a\":00}]",
+                                 ",{\"a\":nul1}]",
+                                 ",{\"a\":\"\xED\xA0\x80\"}]",
+                                 ",{\"a\":1:\"b\",2}]",
+                                 ",{1:\"b\"}]",
                                  ",{\"a\":NaN}]",
                                  ",/**/{}]",
                                  ",{\"id\":\"a\",\"pin\":truf}]",

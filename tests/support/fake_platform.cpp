@@ -191,6 +191,10 @@ public:
         position_ += count;
         return count;
     }
+    bool restart() override {
+        position_ = 0;
+        return true;
+    }
 
 private:
     const std::string content_;
@@ -212,6 +216,13 @@ public:
         put_(std::move(content_));
         return true;
     }
+    // Nobody else writes here.
+    Exchange exchange(const FileState&) override {
+        commit();
+        return Exchange::done;
+    }
+    std::unique_ptr<FileReader> displaced() override { return nullptr; }
+    void keepDisplaced() override {}
 
 private:
     const std::function<void(std::string)> put_;
@@ -245,6 +256,14 @@ std::unique_ptr<FileReader> FakeFiles::open(const std::string& path) {
 std::unique_ptr<FileReplacement> FakeFiles::replace(const std::string& path) {
     if (readOnlyFolders.contains(path.substr(0, path.rfind('/')))) return nullptr;
     return std::make_unique<MemoryReplacement>([this, path](std::string content) { put(path, std::move(content)); });
+}
+
+FileState FakeFiles::state(const std::string& path) {
+    return {{content(path).has_value()}};
+}
+
+bool FakeFiles::setAside(const std::string&, const FileState&) {
+    return true;
 }
 
 bool FakeFiles::createFolder(const std::string& path, unsigned mode) {

@@ -130,6 +130,8 @@ public:
 
     std::unique_ptr<FileReader> open(const std::string& path) override;
     std::unique_ptr<FileReplacement> replace(const std::string& path) override;
+    FileState state(const std::string& path) override;
+    bool setAside(const std::string& path, const FileState& found) override;
     bool createFolder(const std::string& path, unsigned mode) override;
     std::unique_ptr<FolderLock> lock(const std::string& path) override;
 

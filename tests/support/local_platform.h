@@ -10,7 +10,7 @@ namespace tobrel::testing {
 class LocalPlatform {
 public:
     explicit LocalPlatform(const std::string& home, std::chrono::milliseconds lockPatience = std::chrono::seconds(5))
-        : users_(home), files_(lockPatience) {}
+        : users_(home), files_({}, lockPatience) {}
 
 private:
     PosixUserDatabase users_;

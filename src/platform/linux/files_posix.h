@@ -1,8 +1,10 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 
 #include "platform/files.h"
+#include "platform/linux/notice.h"
 
 namespace tobrel {
 
@@ -10,15 +12,21 @@ namespace tobrel {
 // leave no file behind; taking one also removes what processes that were killed have left there.
 class PosixFiles : public Files {
 public:
-    // How long a lock is waited for while its holder makes no progress; longer for a file that takes long to write.
-    explicit PosixFiles(std::chrono::milliseconds patience = std::chrono::seconds(5)) : patience_(patience) {}
+    // Is told what could not be written, and when a lock keeps the command waiting. A lock is waited for that long
+    // while its holder makes no progress.
+    explicit PosixFiles(Notice notice = {}, std::chrono::milliseconds patience = std::chrono::minutes(2));
     std::unique_ptr<FileReader> open(const std::string& path) override;
+    FileState state(const std::string& path) override;
     std::unique_ptr<FileReplacement> replace(const std::string& path) override;
+    bool setAside(const std::string& path, const FileState& found) override;
     bool createFolder(const std::string& path, unsigned mode) override;
     std::unique_ptr<FolderLock> lock(const std::string& path) override;
 
 private:
+    const Notice notice_;
     const std::chrono::milliseconds patience_;
+    // A lock was not to be had: what is written since is not safe from whoever has it.
+    std::atomic<bool> withoutLock_ = false;
 };
 
 }  // namespace tobrel

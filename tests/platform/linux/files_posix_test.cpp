@@ -38,7 +38,7 @@ TEST_F(PosixFilesTest, ReadsRegularFilesOnly) {
 }
 
 TEST_F(PosixFilesTest, KeepsTheReplacedFilesMode) {
-    umask(077);
+    umask(0777);
     EXPECT_TRUE(replaceWith("new"));
     EXPECT_EQ(mode(), 0600u);
     fs::permissions(file, fs::perms(0664));
@@ -63,21 +63,19 @@ TEST_F(PosixFilesTest, LeavesNoTraceOfAReplacementThatIsNotCommitted) {
     EXPECT_FALSE(files.replace(folder.file("none/file")));
 }
 
-TEST_F(PosixFilesTest, RemovesWhatKilledProcessesLeftBehindOnceItIsOld) {
-    const std::string old = folder.file(".tobrel-0123456789abcdef.tmp");
-    const std::string fresh = folder.file(".tobrel-f123456789abcdef.tmp");
+TEST_F(PosixFilesTest, RemovesWhatKilledProcessesLeftBehind) {
+    const std::string left = folder.file(".tobrel-0123456789abcdef.tmp");
+    const std::string withoutLock = folder.file(".tobrel-f123456789abcdef.new");
     const std::string foreign = folder.file(".tobrel-notes.tmp");
-    for (const std::string& path : {old, fresh, foreign}) testing::writeFile(path, "");
-    for (const std::string& path : {old, foreign})
-        fs::last_write_time(path, fs::file_time_type::clock::now() - std::chrono::minutes(2));
+    for (const std::string& path : {left, withoutLock, foreign}) testing::writeFile(path, "");
     EXPECT_TRUE(files.lock(file));
-    EXPECT_FALSE(fs::exists(old));
-    EXPECT_TRUE(fs::exists(fresh) && fs::exists(foreign));
+    EXPECT_FALSE(fs::exists(left));
+    EXPECT_TRUE(fs::exists(withoutLock) && fs::exists(foreign));
 }
 
 TEST_F(PosixFilesTest, WaitsForALockWhileTheFileIsStillBeingReplaced) {
     using namespace std::chrono_literals;
-    PosixFiles impatient(300ms);
+    PosixFiles impatient({}, 300ms);
     auto held = files.lock(file);
     std::jthread holder([&] {
         for (int round = 0; round < 30; ++round) {
@@ -90,6 +88,38 @@ TEST_F(PosixFilesTest, WaitsForALockWhileTheFileIsStillBeingReplaced) {
     holder.join();
     held = files.lock(file);
     EXPECT_FALSE(impatient.lock(file));
+}
+
+TEST_F(PosixFilesTest, ExchangesOnlyWhatIsExpectedAndShowsWhatElseItDisplaced) {
+    using Exchange = FileReplacement::Exchange;
+    auto place = [&](const std::string& content, const FileState& expected) {
+        auto replacement = files.replace(file);
+        EXPECT_TRUE(replacement->write(content));
+        return replacement->exchange(expected);
+    };
+    EXPECT_EQ(place("one", FileState()), Exchange::done);
+    EXPECT_EQ(place("two", FileState()), Exchange::changed);
+    FileState one = files.state(file);
+    EXPECT_EQ(place("two", one), Exchange::done);
+    EXPECT_EQ(place("three", one), Exchange::changed);
+    EXPECT_EQ(testing::readFile(file), "two");
+    fs::remove(file);
+    EXPECT_EQ(place("three", one), Exchange::changed);
+    fs::create_directory(file);
+    EXPECT_EQ(place("three", files.state(file)), Exchange::failed);
+    EXPECT_FALSE(files.setAside(file, files.state(file)));
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), {}), 1);
+}
+
+TEST_F(PosixFilesTest, SetsAsideWhatItIsToldToAFewTimes) {
+    for (int number = 1; number <= 10; ++number) {
+        testing::writeFile(file, std::to_string(number));
+        EXPECT_FALSE(files.setAside(file, FileState()));
+        EXPECT_EQ(files.setAside(file, files.state(file)), number < 10);
+    }
+    EXPECT_EQ(testing::readFile(file + ".kept"), "1");
+    EXPECT_EQ(testing::readFile(file + ".kept-9"), "9");
+    EXPECT_EQ(testing::readFile(file), "10");
 }
 
 TEST_F(PosixFilesTest, CreatesFoldersWithTheirParentsWhateverTheMask) {
