@@ -75,12 +75,12 @@ TEST_F(PosixFilesTest, RemovesWhatKilledProcessesLeftBehind) {
 
 TEST_F(PosixFilesTest, WaitsForALockWhileTheFileIsStillBeingReplaced) {
     using namespace std::chrono_literals;
-    PosixFiles impatient({}, 300ms);
+    PosixFiles impatient({}, 600ms);
     auto held = files.lock(file);
     std::jthread holder([&] {
-        for (int round = 0; round < 30; ++round) {
+        for (int round = 0; round < 15; ++round) {
             replaceWith(std::to_string(round));
-            std::this_thread::sleep_for(20ms);
+            std::this_thread::sleep_for(60ms);
         }
         held.reset();
     });
