@@ -66,6 +66,8 @@ void CurlLoop::renewConnections() {
     curl_multi_setopt(multi_.get(), CURLMOPT_TIMERFUNCTION, &Callbacks::timer);
     curl_multi_setopt(multi_.get(), CURLMOPT_TIMERDATA, this);
     curl_multi_setopt(multi_.get(), CURLMOPT_MAX_TOTAL_CONNECTIONS, mostConnections);
+    // Left to itself, version 8 closes good connections whenever few requests are under way for a moment.
+    curl_multi_setopt(multi_.get(), CURLMOPT_MAXCONNECTS, mostConnections);
 }
 
 void CurlLoop::closeConnections() {
