@@ -1,5 +1,6 @@
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -25,8 +26,32 @@ int edit(FileProviderRegistry& registry, const std::string& domain,
     return done ? 0 : failed(done.failure().sentence);
 }
 
+// How far a long import is, for who sits before it.
+class Progress {
+public:
+    explicit Progress(std::string_view lines) : isShown_(isatty(STDERR_FILENO)) {
+        if (isShown_) all_ = std::count(lines.begin(), lines.end(), '\n');
+    }
+    ~Progress() {
+        if (isShown_ && told_) std::fputs("\r\x1B[K", stderr);
+    }
+    void reached(std::size_t line) {
+        constexpr std::size_t step = 20'000;
+        if (!isShown_ || line % step != 0) return;
+        told_ = true;
+        std::fprintf(stderr, "\r%zu of %zu lines", line, all_);
+    }
+
+private:
+    const bool isShown_;
+    bool told_ = false;
+    std::size_t all_ = 0;
+};
+
 Outcome<Done> addLines(FileProviderRegistry::ItemEdit& edit, std::string_view lines) {
+    Progress progress(lines);
     for (std::size_t number = 1; !lines.empty(); ++number) {
+        progress.reached(number);
         std::string_view line = lines.substr(0, lines.find('\n'));
         lines.remove_prefix(std::min(line.size() + 1, lines.size()));
         std::size_t tab = line.find('\t');
@@ -39,14 +64,22 @@ Outcome<Done> addLines(FileProviderRegistry::ItemEdit& edit, std::string_view li
 
 // All input before the first change, because nobody else can write to the registry during one.
 int import(FileProviderRegistry& registry, const std::string& domain) {
+    constexpr std::size_t longestLine = std::size_t{64} * 1024, mostBytes = std::size_t{512} * 1024 * 1024;
     std::string lines;
+    std::size_t lineBegin = 0;
     char buffer[64 * 1024];
     ssize_t count;
     while ((count = read(STDIN_FILENO, buffer, sizeof buffer)) != 0) {
-        if (count > 0)
-            lines.append(buffer, static_cast<std::size_t>(count));
-        else if (errno != EINTR)
-            return failed(std::string("standard input cannot be read: ") + std::strerror(errno));
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) return failed(std::string("standard input cannot be read: ") + std::strerror(errno));
+        lines.append(buffer, static_cast<std::size_t>(count));
+        if (lines.size() > mostBytes) return failed("The input is larger than 512 MiB; import it in parts.");
+        for (std::size_t end; (end = lines.find('\n', lineBegin)) != lines.npos && end - lineBegin <= longestLine;)
+            lineBegin = end + 1;
+        if (lines.size() - lineBegin > longestLine) {
+            auto number = std::count(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(lineBegin), '\n') + 1;
+            return failed("Line " + std::to_string(number) + " is longer than 64 KiB.");
+        }
     }
     return edit(registry, domain, [&](auto& edit) { return addLines(edit, lines); });
 }

@@ -70,6 +70,7 @@ TEST(TobrelAdmin, imports_all_lines_or_none) {
         {"d\tx/y\n", "Line 1: “x/y” belongs to another item, “b”", {}},
         {"d\tgood\ne\tfine\nf\t../out\n", "Line 3: “../out” lies outside", {}},
         {"\tnobody\n", "Line 1: ", {}},
+        {"d\tgood\n" + std::string(70'000, 'x'), "Line 2 is longer than 64 KiB", {}},
     };
     Lines items;
     for (const auto& [input, said, itemsThen] : cases) {

@@ -3,6 +3,7 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <vector>
 
@@ -12,9 +13,14 @@ std::optional<std::string> PosixUserDatabase::homeDirectory() {
     if (home_) return home_;
     passwd entry{};
     passwd* found = nullptr;
-    std::vector<char> buffer(16 * 1024);
-    if (getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found) != 0 || !found || !found->pw_dir)
-        return std::nullopt;
+    constexpr std::size_t largestEntry = std::size_t{64} * 1024 * 1024;
+    std::vector<char> buffer(4 * 1024);
+    int error;
+    while ((error = getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found)) == ERANGE || error == EINTR) {
+        if (buffer.size() > largestEntry) return std::nullopt;
+        if (error == ERANGE) buffer.resize(buffer.size() * 2);
+    }
+    if (error != 0 || !found || !found->pw_dir) return std::nullopt;
     return found->pw_dir;
 }
 

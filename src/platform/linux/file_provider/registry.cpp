@@ -142,6 +142,12 @@ SqliteDatabase* FileProviderRegistry::openExisting() {
         auto rows = database->query(pragma);
         return rows.next() ? rows.number(0) : 0;
     };
+    try {
+        header("PRAGMA application_id");
+    } catch (SqliteFault fault) {
+        if (fault != SqliteFault::full && fault != SqliteFault::unreadable) throw;
+        database = std::make_unique<SqliteDatabase>(file_, SqliteDatabase::Use::readWithoutSharing);
+    }
     if (header("PRAGMA application_id") != applicationNumber)
         throw Failure{harmless(file_) + " is not a domain registry; move it away and add the domains again."};
     if (header("PRAGMA user_version") != schemaVersion)

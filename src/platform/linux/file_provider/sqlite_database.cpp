@@ -1,6 +1,10 @@
 #include "platform/linux/file_provider/sqlite_database.h"
 
+#include <fcntl.h>
 #include <sqlite3.h>
+#include <unistd.h>
+
+#include <cstdio>
 
 namespace tobrel {
 
@@ -36,6 +40,19 @@ SqliteFault faultOf(int code) {
     }
 }
 
+// The file for sharing must be there, but may be empty.
+std::string uriWithoutSharing(const std::string& path) {
+    int empty = open((path + "-shm").c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0600);
+    if (empty >= 0) close(empty);
+    std::string uri = "file:";
+    for (unsigned char c : path) {
+        char escape[4];
+        std::snprintf(escape, sizeof escape, "%%%02x", c);
+        uri += c == '/' ? "/" : escape;
+    }
+    return uri + "?readonly_shm=1";
+}
+
 void check(int code) {
     if (code != SQLITE_OK) throw faultOf(code);
 }
@@ -62,8 +79,11 @@ std::int64_t SqliteRows::number(int column) const {
     return sqlite3_column_int64(statement_, column);
 }
 
-SqliteDatabase::SqliteDatabase(const std::string& path) {
-    int code = sqlite3_open_v2(path.c_str(), &handle_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
+SqliteDatabase::SqliteDatabase(const std::string& path, Use use) {
+    int code = use == Use::readAndWrite
+                   ? sqlite3_open_v2(path.c_str(), &handle_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr)
+                   : sqlite3_open_v2(uriWithoutSharing(path).c_str(), &handle_,
+                                     SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_URI, nullptr);
     if (code != SQLITE_OK) {
         sqlite3_close(handle_);
         throw faultOf(code);

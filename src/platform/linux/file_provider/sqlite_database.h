@@ -35,7 +35,9 @@ private:
 // it must outlive the rows.
 class SqliteDatabase {
 public:
-    explicit SqliteDatabase(const std::string& path);
+    // The database is shared by a small file beside it, which a full disk does not allow; reading alone needs none.
+    enum class Use { readAndWrite, readWithoutSharing };
+    explicit SqliteDatabase(const std::string& path, Use use = Use::readAndWrite);
     ~SqliteDatabase();
     SqliteDatabase(const SqliteDatabase&) = delete;
     SqliteDatabase& operator=(const SqliteDatabase&) = delete;

@@ -1,6 +1,8 @@
 #include "platform/linux/file_provider/registry.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -214,6 +216,33 @@ TEST_F(FileProviderRegistryTest, what_is_no_sound_registry_is_refused_in_one_lin
         EXPECT_FALSE(another()->countSignal("work"));
         EXPECT_EQ(fs::is_regular_file(file()) ? testing::readFile(file()) : "", before);
     }
+}
+
+TEST_F(FileProviderRegistryTest, is_read_where_the_disk_takes_no_further_byte) {
+    std::string root = folder("root");
+    {
+        auto setUp = another();
+        setUp->addDomain("work", root);
+        auto edit = setUp->editItems("work");
+        EXPECT_TRUE((*edit)->add("a", "a.txt") && (*edit)->commit());
+    }
+    EXPECT_FALSE(fs::exists(file() + "-shm"));
+    pid_t child = fork();
+    if (child == 0) {
+        signal(SIGXFSZ, SIG_IGN);
+        rlimit none{8, 8};
+        setrlimit(RLIMIT_FSIZE, &none);
+        auto first = another(), second = another();
+        auto snapshots = {first->read(), second->read()};
+        for (const auto& snapshot : snapshots)
+            if (!snapshot ||
+                (*snapshot)->itemAtPath((*snapshot)->domains().at(0), root + "/a.txt")->value_or("") != "a")
+                _exit(1);
+        _exit(0);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
 }
 
 TEST_F(FileProviderRegistryTest, what_a_registry_that_was_deleted_left_behind_does_not_spoil_the_next) {
