@@ -34,8 +34,11 @@ def wait_for(what, reading):
 class Storage:
     """A development server, and a home with everything registered for each user."""
 
-    def __init__(self, *server_options):
+    def __init__(self, *server_options, others=()):
+        """`others` are users who only receive."""
         self.folder = pathlib.Path(tempfile.mkdtemp())
+        for user in others:
+            (self.folder / "storage" / user).mkdir(parents=True)
         for user, names in FILES.items():
             for name in names:
                 for top in ("storage", "files"):
@@ -43,7 +46,7 @@ class Storage:
                     (self.folder / top / user / name).write_text(name)
         self.options = ["--storage", self.folder / "storage", "--database", self.folder / "database",
                         "--now", "2030-01-15 12:00:00", *server_options]
-        for user in FILES:
+        for user in (*FILES, *others):
             self.options += ["--user", f"{user}={user}-key"]
         self.server = subprocess.Popen([BIN / "tobrel-devserver", *self.options, "--log", self.folder / "requests"],
                                        stdout=subprocess.PIPE, text=True)

@@ -15,6 +15,8 @@ namespace {
 
 // A request that is done sooner, or asks something sooner, shows no progress.
 constexpr std::chrono::milliseconds patience{200};
+// In this time the first question to the server is under way; its answer takes longer than the wait costs.
+constexpr std::chrono::milliseconds headStart{2};
 
 }  // namespace
 
@@ -36,10 +38,12 @@ void GtkFrontEnd::attach(Sheet& sheet, MainLoop& loop) {
 
 void GtkFrontEnd::appear() {
     patience_ = loop_->startTimer(patience, [this] { waitedEnough_ = true; });
+    headStart_ = loop_->startTimer(headStart, [this] { mayStart_ = true; });
 }
 
 void GtkFrontEnd::mainQueueRanDry(bool changed) {
     changed_ |= changed;
+    if (!mayStart_) return;
     // Between the steps of the toolkit's start the request's answers get their turn.
     if (takeStep()) return loop_->async([] {});
     if (!window_) return;
@@ -68,6 +72,7 @@ bool GtkFrontEnd::takeStep() {
 
 void GtkFrontEnd::requestEnded(const std::optional<NSError>&, bool) {
     patience_.reset();
+    headStart_.reset();
     window_.reset();
     clipboard_.reset();
 }

@@ -44,9 +44,11 @@ private:
     Sheet* sheet_ = nullptr;
     MainLoop* loop_ = nullptr;
     bool changed_ = true;
+    bool mayStart_ = false;
     bool waitedEnough_ = false;
     bool cannotStart_ = false;
     std::unique_ptr<Timer> patience_;
+    std::unique_ptr<Timer> headStart_;
     std::unique_ptr<gtk::Clipboard> clipboard_;
     std::unique_ptr<gtk::SheetWindow> window_;
 };

@@ -13,6 +13,7 @@ namespace {
 constexpr int outerDistance = 18;
 constexpr CGFloat sideDistances = 40;
 constexpr CGFloat leastBodyHeight = 56;
+constexpr CGFloat leastRowHeight = 13;
 // What the desktop may keep for itself, in parts of the screen's height.
 constexpr double mostOfScreen = 0.8;
 
@@ -141,7 +142,7 @@ void SheetWindow::update(const std::string& note) {
     updating_ = true;
     auto rows = sheet::rowsOf(sheet_.rootView());
     bool isOther = widgets_.show(sheet_.rootView(), rows);
-    if (isOther) placeContent();
+    if (isOther) placeContent(rows.size());
     gtk_label_set_text(GTK_LABEL(note_), note.c_str());
     gtk_widget_set_visible(note_, !note.empty());
     showButtons(rows);
@@ -151,7 +152,7 @@ void SheetWindow::update(const std::string& note) {
     updating_ = false;
 }
 
-void SheetWindow::placeContent() {
+void SheetWindow::placeContent(std::size_t rows) {
     // A sheet never gets narrower while the user looks at it.
     width_ = std::max(width_, pixels(body_, sheet_.preferredContentSize().width - sideDistances));
     gtk_widget_set_size_request(body_, width_, pixels(body_, leastBodyHeight));
@@ -167,9 +168,13 @@ void SheetWindow::placeContent() {
 
     GtkWidget* placed = widgets_.content();
     int most = static_cast<int>(mostOfScreen * smallestScreenHeight()) - pixels(body_, 2 * leastBodyHeight);
-    if (heightOf(placed, width_) > most) {
+    // Measuring a long list takes longer than drawing what is seen of it.
+    bool isLong = rows * static_cast<std::size_t>(pixels(body_, leastRowHeight)) > static_cast<std::size_t>(most);
+    if (isLong || heightOf(placed, width_) > most) {
         GtkWidget* scrolled = gtk_scrolled_window_new();
         gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(scrolled), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
+        // Seen at once, and never over the buttons at the rows' ends.
+        gtk_scrolled_window_set_overlay_scrolling(GTK_SCROLLED_WINDOW(scrolled), false);
         gtk_scrolled_window_set_min_content_height(GTK_SCROLLED_WINDOW(scrolled), most);
         gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(scrolled), placed);
         placed = scrolled;

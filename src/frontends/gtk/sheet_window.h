@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -35,7 +36,7 @@ private:
     void press(NSButton& button) override;
     void finishField() override { pressReturn(); }
 
-    void placeContent();
+    void placeContent(std::size_t rows);
     void showButtons(const sheet::Rows& rows);
     void settleFocus(const sheet::Rows& rows);
     void markRefusedField(const sheet::Rows& rows);
