@@ -25,7 +25,7 @@ std::string lines(const std::vector<std::string>& words, const std::string& befo
 
 // Scripts that make a command's requests: KEY and SERVER as words 1 and 2, then their own.
 constexpr const char* shareOne = R"(api=$2/tobrel/api
-ask() { curl -sf -H "X-API-Key: $key" "$@"; }
+ask() { curl -f --no-progress-meter -H "X-API-Key: $key" "$@"; }
 key=$1
 name=$(ask "$api/item?id=$3" | jq -r .key)
 body=$(jq -cn --arg key "$name" '{keys: [$key]}')
@@ -36,7 +36,7 @@ ask -H 'Content-Type: application/json' -d "$body" "$api/shares" | jq -r .url
 
 // Word 3: a file of curl's own "url = ..." lines.
 constexpr const char* shareMany = R"(api=$2/tobrel/api
-ask() { curl -sf -H "X-API-Key: $key" "$@"; }
+ask() { curl -f --no-progress-meter -H "X-API-Key: $key" "$@"; }
 key=$1
 keys=$(ask --parallel --parallel-max 50 -K "$3" | jq -cs 'map(.key)')
 printf '{"keys":%s}' "$keys" | ask -H 'Content-Type: application/json' -d @- "$api/shares/find" >/dev/null
@@ -49,7 +49,7 @@ constexpr const char* pageOfOne =
 printf '%s/tobrel/account/files#files/%s\n' "$2" "$path"
 )";
 
-constexpr const char* grantsOfOne = R"(ask() { curl -sf -H "X-API-Key: $key" "$@"; }
+constexpr const char* grantsOfOne = R"(ask() { curl -f --no-progress-meter -H "X-API-Key: $key" "$@"; }
 key=$1
 ask "$2/tobrel/api/item?id=$3" | jq -e .is_folder >/dev/null
 ask "$2/tobrel/api/grants?folder_id=$3" | jq -r '.given[] | [.email, if .role == "write" then "edit" else "view" end] | @tsv'
