@@ -2,7 +2,9 @@
 // makes the same requests against the same development server.
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <fstream>
+#include <string_view>
 
 #include "storage.h"
 
@@ -204,19 +206,26 @@ void manage(const Storage& storage) {
     }
 }
 
-void all() {
+struct Area {
+    std::string_view word;
+    void (*measure)(const Storage& storage);
+};
+
+constexpr Area areas[] = {{"batch", share},       {"sheet", sheet}, {"one-item", oneItem}, {"manage", manage},
+                          {"resolve", resolving}, {"keep", pins},   {"memory", memory}};
+
+std::vector<std::string_view> wanted;
+
+void measure() {
     Storage storage(10'000);
-    share(storage);
-    sheet(storage);
-    oneItem(storage);
-    manage(storage);
-    resolving(storage);
-    pins(storage);
-    memory(storage);
+    for (auto& area : areas)
+        if (wanted.empty() || std::find(wanted.begin(), wanted.end(), area.word) != wanted.end()) area.measure(storage);
 }
 
 }  // namespace
 
-int main() {
-    return guarded(all);
+// [AREA...]: only those areas.
+int main(int count, char* words[]) {
+    wanted.assign(words + 1, words + count);
+    return guarded(measure);
 }
