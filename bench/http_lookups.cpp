@@ -38,7 +38,7 @@ int main(int argc, char** argv) {
         request.setValue("macos/1.0 (1); Tobrel", "X-Tobrel-Client");
         session.dataTask(std::move(request), [&outcome](tobrel::URLSessionAnswer answer) {
             std::lock_guard lock(outcome.mutex);
-            if (answer.statusCode != 200 || answer.data != tobrel::bench::kAnswer) ++outcome.wrong;
+            if (answer.statusCode != 200 || answer.data != tobrel::bench::answerText) ++outcome.wrong;
             if (answer.error) outcome.error = answer.error->localizedDescription();
             if (++outcome.answered == outcome.expected) outcome.changed.notify_one();
         });

@@ -13,15 +13,16 @@
 
 namespace {
 
-const std::string kAnswer = "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: " +
-                            std::to_string(tobrel::bench::kAnswer.size()) + "\r\n\r\n" +
-                            std::string(tobrel::bench::kAnswer);
+const std::string wholeAnswer = "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: " +
+                                std::to_string(tobrel::bench::answerText.size()) + "\r\n\r\n" +
+                                std::string(tobrel::bench::answerText);
 
 // Adds an answer for each request head that is complete, and keeps the rest.
 std::string answers(std::string& received) {
     std::string out;
     std::size_t taken = 0;
-    for (std::size_t end; (end = received.find("\r\n\r\n", taken)) != received.npos; taken = end + 4) out += kAnswer;
+    for (std::size_t end; (end = received.find("\r\n\r\n", taken)) != received.npos; taken = end + 4)
+        out += wholeAnswer;
     received.erase(0, taken);
     return out;
 }

@@ -3,14 +3,13 @@
 // location.
 #include "file_managers/binding/file_manager.h"
 
-#include <stdlib.h>
-
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <filesystem>
 #include <functional>
 #include <stdexcept>
+
+#include "contest.h"
 
 using namespace tobrel;
 using namespace tobrel::testing;
@@ -22,21 +21,10 @@ constexpr int registeredItems = 100000;
 constexpr int selectedFiles = 1000;
 constexpr int rounds = 1000;
 
-struct Spread {
-    double median;
-    double lowest;
-    double highTail;
-};
-
 double milliseconds(const std::function<void()>& work) {
     auto begin = std::chrono::steady_clock::now();
     work();
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin).count();
-}
-
-Spread spreadOf(std::vector<double> times) {
-    std::sort(times.begin(), times.end());
-    return {times[times.size() / 2], times.front(), times[times.size() * 99 / 100]};
 }
 
 void registerItems(const std::string& root) {
@@ -62,35 +50,29 @@ void measure(const fs::path& folder) {
     FileManager manager(TOBREL_MENU_MODULE);
     manager.waitForMenu(selection);
 
-    std::vector<double> menus;
-    std::vector<double> floors;
+    bench::Contestant menu{"menu", {}}, floor{"asking for the locations alone", {}};
     for (int round = 0; round < rounds; ++round) {
         GList* items = nullptr;
-        menus.push_back(milliseconds([&] { items = manager.items(selection); }));
+        menu.times.push_back(milliseconds([&] { items = manager.items(selection); }));
         FileManager::free(items);
-        floors.push_back(milliseconds([&] {
+        floor.times.push_back(milliseconds([&] {
             for (GList* file = selection.files(); file; file = file->next)
                 g_object_unref(FM_FUNCTION(file_info_get_location)(static_cast<FM_TYPE(FileInfo)*>(file->data)));
         }));
     }
-    Spread menu = spreadOf(menus);
-    Spread floor = spreadOf(floors);
-    std::printf("%-9s %6.3f ms (least %.3f, 99 %% under %.3f); locations alone %.3f ms: x %.1f\n", TOBREL_MENU_NAME,
-                menu.median, menu.lowest, menu.highTail, floor.median, menu.median / floor.median);
+    bench::Table table("The menu for 1,000 selected files in a domain of 100,000");
+    table.row(TOBREL_MENU_NAME, menu, floor);
+    std::nth_element(menu.times.begin(), menu.times.begin() + rounds / 2, menu.times.end());
+    if (menu.times[rounds / 2] >= 1) bench::fail("the menu takes longer than 1 ms");
+}
+
+void run() {
+    bench::Folder folder;
+    measure(folder.path);
 }
 
 }  // namespace
 
 int main() {
-    std::string folder = (fs::temp_directory_path() / "tobrel-bench.XXXXXX").string();
-    if (!mkdtemp(folder.data())) return 1;
-    int status = 0;
-    try {
-        measure(folder);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "bench: %s\n", error.what());
-        status = 1;
-    }
-    fs::remove_all(folder);
-    return status;
+    return bench::guarded(run);
 }

@@ -1,4 +1,3 @@
-#include "own_memory.h"
 #include "platform/linux/files_posix.h"
 #include "platform/linux/user_database_posix.h"
 #include "platform/platform.h"
@@ -12,5 +11,4 @@ int main(int, char* words[]) {
     PosixFiles files;
     platform::Installation installation({users, files});
     PinFile::request({"4f1c2a90-new-item"}, true);
-    bench::printMemoryIfAsked();
 }
