@@ -24,7 +24,9 @@ struct Composition::Parts {
     InfoDictionary infoDictionary{{"CFBundleShortVersionString", TOBREL_VERSION},
                                   {"CFBundleExecutable", "tobrel-admin"}};
     const platform::Installation installation{
-        {users, files}, {}, {{online.urlSession(), online.keychain(), online.text(), infoDictionary}}};
+        {users, files},
+        {},
+        {{online.urlSession(), online.requestQueue(), online.keychain(), online.text(), infoDictionary}}};
 };
 
 Composition::Composition(const Invocation& invocation) : parts_(std::make_unique<Parts>(invocation)) {}

@@ -19,13 +19,14 @@ struct ApiResult {
 };
 
 // The Tobrel server's operations. Any thread; all return at once. Each completion runs exactly once: on the HTTP
-// client's thread, or inside the call where no request can be built because no server is set up.
+// client's thread, or on the request queue's where no request can be built because no server is set up. Server and key
+// are read after the call, once for all requests that wait for them together.
 namespace API {
 
 inline constexpr const char* notSetUp = "Tobrel is not set up on this Mac";
 
-// An authenticated request for the path, which begins with "/", behind the configured server's address. Nothing where
-// no server is configured or the joined address does not parse.
+// An authenticated request for the path, which begins with "/", behind the configured server's address, read now: it
+// takes what the keychain takes. Nothing where no server is configured or the joined address does not parse.
 std::optional<URLRequest> request(std::string_view path, std::string_view method,
                                   const boost::json::object* body = nullptr);
 void send(URLRequest request, std::function<void(ApiResult)> completion);

@@ -1,3 +1,5 @@
+#include "api/request.h"
+
 #include <algorithm>
 #include <boost/json/object.hpp>
 #include <boost/json/serialize.hpp>
@@ -6,14 +8,13 @@
 #include "api/api.h"
 #include "api/client_header.h"
 #include "dispatch/uilog.h"
-#include "platform/http.h"
 #include "platform/platform.h"
 #include "platform/text.h"
 #include "state/config.h"
 #include "text/json.h"
 #include "text/url.h"
 
-namespace tobrel::API {
+namespace tobrel {
 
 namespace {
 
@@ -31,18 +32,28 @@ std::optional<std::string> serialized(const boost::json::object& body) {
 
 }  // namespace
 
-std::optional<URLRequest> request(std::string_view path, std::string_view method, const boost::json::object* body) {
-    std::string server = Config::server();
-    if (server.empty()) return std::nullopt;
-    auto url = URL::parse(server.append(path));
+const std::string& RequestSettings::server() {
+    if (!server_) server_ = Config::server();
+    return *server_;
+}
+
+const std::string& RequestSettings::apiKey() {
+    if (!apiKey_) apiKey_ = Config::apiKey();
+    return *apiKey_;
+}
+
+std::optional<URLRequest> buildRequest(RequestSettings& settings, std::string_view path, std::string_view method,
+                                       const boost::json::object* body) {
+    if (settings.server().empty()) return std::nullopt;
+    auto url = URL::parse(std::string(settings.server()).append(path));
     if (!url) return std::nullopt;
 
-    std::string apiKey = Config::apiKey();
+    const std::string& apiKey = settings.apiKey();
     osLog(uilog(), OSLogType::error, "%{public}@ %{public}@ (key %d chars)", method, url->absoluteString(),
           lengthInCharacters(apiKey));
 
     URLRequest request{.url = url->absoluteString(), .httpMethod = std::string(method), .timeoutInterval = 30};
-    request.setValue(std::move(apiKey), "X-API-Key");
+    request.setValue(apiKey, "X-API-Key");
     request.setValue(tobrelClientHeader(), "X-Tobrel-Client");
     if (body) {
         request.setValue("application/json", "Content-Type");
@@ -51,4 +62,10 @@ std::optional<URLRequest> request(std::string_view path, std::string_view method
     return request;
 }
 
-}  // namespace tobrel::API
+std::optional<URLRequest> API::request(std::string_view path, std::string_view method,
+                                       const boost::json::object* body) {
+    RequestSettings settings;
+    return buildRequest(settings, path, method, body);
+}
+
+}  // namespace tobrel

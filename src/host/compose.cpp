@@ -101,7 +101,9 @@ public:
         std::optional<platform::Online> online;
         if (online_) {
             countedSession_.emplace(online_->urlSession(), work_);
-            online.emplace(*countedSession_, online_->keychain(), online_->text(), infoDictionary_);
+            countedRequestQueue_.emplace(online_->requestQueue(), work_);
+            online.emplace(*countedSession_, *countedRequestQueue_, online_->keychain(), online_->text(),
+                           infoDictionary_);
         }
         installation_.emplace(platform::Platform{users_, files_, &*log_},
                               platform::Request{*loop_, *countedFileProvider_}, online,
@@ -136,6 +138,7 @@ private:
     std::unique_ptr<SqliteFileProvider> fileProvider_;
     std::optional<CountedFileProvider> countedFileProvider_;
     std::optional<CountedURLSession> countedSession_;
+    std::optional<CountedBatchQueue> countedRequestQueue_;
     std::optional<platform::Installation> installation_;
 };
 

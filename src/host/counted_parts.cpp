@@ -41,6 +41,10 @@ void CountedURLSession::dataTask(URLRequest request, std::function<void(URLSessi
     session_.dataTask(std::move(request), counted(work_, std::move(completion)));
 }
 
+void CountedBatchQueue::async(std::function<void(std::any& shared)> block) {
+    queue_.async([token = work_.begin(), block = std::move(block)](std::any& shared) { block(shared); });
+}
+
 void CountedFileProvider::getDomainsWithCompletionHandler(
     std::function<void(std::vector<NSFileProviderDomain>, std::optional<NSError>)> completion) {
     managers_.getDomainsWithCompletionHandler(counted(work_, std::move(completion)));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/batch_queue.h"
 #include "platform/file_provider.h"
 #include "platform/http.h"
 #include "platform/work_counter.h"
@@ -16,6 +17,16 @@ public:
 
 private:
     URLSession& session_;
+    WorkCounter& work_;
+};
+
+class CountedBatchQueue : public BatchQueue {
+public:
+    CountedBatchQueue(BatchQueue& queue, WorkCounter& work) : queue_(queue), work_(work) {}
+    void async(std::function<void(std::any& shared)> block) override;
+
+private:
+    BatchQueue& queue_;
     WorkCounter& work_;
 };
 

@@ -46,7 +46,8 @@ struct SecItemCopyResult {
     std::optional<SecValue> value;
 };
 
-// Synchronous, on any thread, each call bounded to a few seconds.
+// Synchronous, on any thread but the main one: a call takes some seconds at most, but where the user has to unlock a
+// keyring first, whatever that takes.
 class Keychain {
 public:
     virtual ~Keychain() = default;
@@ -55,6 +56,8 @@ public:
     virtual OSStatus SecItemAdd(const SecAttributes& attributes) = 0;
     // Deletes every item that matches.
     virtual OSStatus SecItemDelete(const SecAttributes& query) = 0;
+    // From any thread: calls that wait, and all later ones that would, fail at once.
+    virtual void interrupt() = 0;
 };
 
 // The platform's sentence for a status value, or nothing where it has none. Any thread.

@@ -2,6 +2,7 @@
 
 namespace tobrel {
 
+class BatchQueue;
 class Keychain;
 class TextServices;
 class URLSession;
@@ -11,9 +12,11 @@ class OnlineParts {
 public:
     virtual ~OnlineParts() = default;
     virtual URLSession& urlSession() = 0;
+    virtual BatchQueue& requestQueue() = 0;
     virtual Keychain& keychain() = 0;
     virtual TextServices& text() = 0;
-    // Ends all work of urlSession(), which may not be asked for any more.
+    // Ends all work of requestQueue() and urlSession(), even what waits for the user; the latter may not be asked for
+    // any more.
     virtual void endRequests() = 0;
 };
 

@@ -6,6 +6,7 @@
 
 namespace tobrel {
 
+class BatchQueue;
 class Files;
 class Keychain;
 class MainQueue;
@@ -37,6 +38,8 @@ struct Request {
 // What only those need that talk to the server.
 struct Online {
     URLSession& urlSession;
+    // Where requests are built.
+    BatchQueue& requestQueue;
     Keychain& keychain;
     TextServices& text;
     // The program's own, as Bundle.main gives it.

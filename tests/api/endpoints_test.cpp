@@ -29,6 +29,27 @@ TEST(Endpoints, SendTheirWireFormats) {
                R"(POST https://h/tobrel/api/shares {"name":"N","folder_prefix":"Docs"})"}));
 }
 
+TEST(Endpoints, ThatWaitTogetherShareOneReadingOfServerAndKeyMadeAfterTheyWereAsked) {
+    FakePlatform world;
+    world.requestQueue.holds = true;
+    std::vector<std::optional<std::string>> errors;
+    const auto ask = [&] { API::lookup("a", [&](const API::Item& item) { errors.push_back(item.error); }); };
+    ask();
+    EXPECT_TRUE(errors.empty()) << "returned at once";
+    world.requestQueue.runBatch();
+    EXPECT_EQ(errors, (decltype(errors){API::notSetUp}));
+    for (const char* key : {"first", "second"}) {
+        ask();
+        world.configure("https://h", key);
+        ask();
+        world.files.opened = 0;
+        world.requestQueue.runBatch();
+        EXPECT_EQ(world.files.opened, 2) << "once for the server, once for the key";
+        EXPECT_EQ(world.urlSession.requests().back().headers.front().second, key);
+    }
+    EXPECT_EQ(world.urlSession.requests().size(), 4u);
+}
+
 TEST(Endpoints, TakeAMemberOfAnotherTypeAsAbsent) {
     FakePlatform world;
     world.configure();

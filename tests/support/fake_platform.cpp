@@ -72,6 +72,17 @@ void FakeURLSession::answerAtOnce(const std::map<std::size_t, URLSessionAnswer>&
     onOtherThreads(blocks);
 }
 
+void FakeBatchQueue::async(std::function<void(std::any& shared)> block) {
+    if (holds) return held_.push_back(std::move(block));
+    std::any alone;
+    block(alone);
+}
+
+void FakeBatchQueue::runBatch() {
+    std::any shared;
+    for (auto& block : std::exchange(held_, {})) block(shared);
+}
+
 URLSessionAnswer answered(int status, std::string body) {
     return {std::move(body), status, std::nullopt};
 }
@@ -249,6 +260,7 @@ std::map<std::string, unsigned> FakeFiles::createdFolders() const {
 
 std::unique_ptr<FileReader> FakeFiles::open(const std::string& path) {
     auto found = content(path);
+    ++opened;
     if (!found) return nullptr;
     return std::make_unique<MemoryReader>(std::move(*found));
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <deque>
 #include <functional>
 #include <map>
@@ -9,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/batch_queue.h"
 #include "platform/desktop.h"
 #include "platform/file_provider.h"
 #include "platform/files.h"
@@ -59,6 +61,17 @@ private:
     mutable std::mutex mutex_;
     std::vector<URLRequest> requests_;
     std::vector<std::function<void(URLSessionAnswer)>> completions_;
+};
+
+// Runs each block inside the call, a batch of its own, or holds them all back for one batch.
+class FakeBatchQueue : public BatchQueue {
+public:
+    bool holds = false;
+    void async(std::function<void(std::any& shared)> block) override;
+    void runBatch();
+
+private:
+    std::vector<std::function<void(std::any&)>> held_;
 };
 
 URLSessionAnswer answered(int status, std::string body);
@@ -123,6 +136,7 @@ class FakeFiles : public Files {
 public:
     // What no file can be written below.
     std::set<std::string> readOnlyFolders;
+    std::atomic<int> opened = 0;
 
     void put(const std::string& path, std::string content);
     std::optional<std::string> content(const std::string& path) const;
@@ -151,6 +165,7 @@ public:
     SecItemCopyResult SecItemCopyMatching(const SecAttributes& query) override;
     OSStatus SecItemAdd(const SecAttributes& attributes) override;
     OSStatus SecItemDelete(const SecAttributes& query) override;
+    void interrupt() override {}
 
 private:
     mutable std::mutex mutex_;
@@ -213,6 +228,7 @@ public:
     ManualMainQueue mainQueue;
     FakeFileProvider fileProvider;
     FakeURLSession urlSession;
+    FakeBatchQueue requestQueue;
     FakeKeychain keychain;
     FakeText text;
     FakePasteboard pasteboard;
@@ -223,7 +239,7 @@ public:
 private:
     const platform::Installation installation_{{users, files, &log},
                                                {{mainQueue, fileProvider}},
-                                               {{urlSession, keychain, text, infoDictionary}},
+                                               {{urlSession, requestQueue, keychain, text, infoDictionary}},
                                                {{pasteboard, workspace, sound}}};
 };
 

@@ -10,6 +10,8 @@ LinuxOnlineParts::LinuxOnlineParts(UserDatabase& users, bool homeIsGiven, Keycha
 LinuxOnlineParts::~LinuxOnlineParts() = default;
 
 void LinuxOnlineParts::endRequests() {
+    keychain_->interrupt();
+    requestQueue_.end();
     urlSession_.reset();
 }
 

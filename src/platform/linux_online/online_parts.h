@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "platform/linux_online/batch_queue_thread.h"
 #include "platform/linux_online/keychain/keychain_linux.h"
 #include "platform/linux_online/text_icu.h"
 #include "platform/online_parts.h"
@@ -16,6 +17,7 @@ public:
     ~LinuxOnlineParts() override;
 
     URLSession& urlSession() override { return *urlSession_; }
+    BatchQueue& requestQueue() override { return requestQueue_; }
     LinuxKeychain& keychain() override { return *keychain_; }
     TextServices& text() override { return text_; }
     void endRequests() override;
@@ -24,6 +26,7 @@ private:
     const std::unique_ptr<LinuxKeychain> keychain_;
     IcuTextServices text_;
     std::unique_ptr<URLSession> urlSession_;
+    ThreadBatchQueue requestQueue_;
 };
 
 }  // namespace tobrel

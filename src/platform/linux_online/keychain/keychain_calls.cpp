@@ -19,6 +19,11 @@ BoundedCalls::Answer BoundedCalls::awaitOrLeave(const Start& start, Clock::time_
     return std::move(*call);
 }
 
+void BoundedCalls::interrupt() {
+    interrupted_ = true;
+    g_main_context_wakeup(context_.get());
+}
+
 void BoundedCalls::drain() {
     while (g_main_context_iteration(context_.get(), FALSE)) {
     }
@@ -44,7 +49,7 @@ void BoundedCalls::iterateUntil(Clock::time_point deadline, const Answer& answer
     GSource* timer = g_timeout_source_new(expired ? 0 : static_cast<guint>(wait));
     g_source_set_callback(timer, expire, &expired, nullptr);
     g_source_attach(timer, context_.get());
-    while (!answer && !expired) g_main_context_iteration(context_.get(), TRUE);
+    while (!answer && !expired && !interrupted_) g_main_context_iteration(context_.get(), TRUE);
     g_source_destroy(timer);
     g_source_unref(timer);
 }

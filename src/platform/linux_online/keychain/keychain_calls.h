@@ -2,6 +2,7 @@
 
 #include <gio/gio.h>
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -46,6 +47,9 @@ public:
     Answer await(const Start& start, Clock::time_point deadline);
     // The same for a call that is not cancelled but goes on: it may still be answered in a later wait.
     Answer awaitOrLeave(const Start& start, Clock::time_point deadline);
+    // From any thread: the wait under way, and all later ones, end at once without an answer.
+    void interrupt();
+    bool isInterrupted() const { return interrupted_; }
     // Lets the library clean up.
     void drain();
 
@@ -56,6 +60,7 @@ private:
     void iterateUntil(Clock::time_point deadline, const Answer& answer);
 
     const Owned<GMainContext> context_{g_main_context_new()};
+    std::atomic<bool> interrupted_ = false;
 };
 
 }  // namespace tobrel

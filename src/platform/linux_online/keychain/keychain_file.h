@@ -23,6 +23,8 @@ public:
     // A file that cannot be deciphered here holds nothing that could be matched: it is removed as a whole.
     OSStatus SecItemDelete(const SecAttributes& query) override;
 
+    void interrupt() override {}
+
     const std::string& path() const { return path_; }
     // Why the file is refused, and the way out; nothing where all is well.
     struct Complaint {

@@ -30,6 +30,10 @@ OSStatus LinuxKeychain::SecItemDelete(const SecAttributes& query) {
     return found && inFile == errSecItemNotFound ? errSecSuccess : inFile;
 }
 
+void LinuxKeychain::interrupt() {
+    if (secretService_) secretService_->interrupt();
+}
+
 std::unique_ptr<LinuxKeychain> makeKeychain(UserDatabase& users, bool homeIsGiven,
                                             KeychainSecretService::Bounds bounds) {
     auto service = homeIsGiven ? nullptr : std::make_unique<KeychainSecretService>(bounds);

@@ -28,6 +28,8 @@ public:
     OSStatus SecItemAdd(const SecAttributes& attributes) override;
     OSStatus SecItemDelete(const SecAttributes& query) override;
 
+    void interrupt() override;
+
     KeychainFile& file() { return file_; }
 
 private:

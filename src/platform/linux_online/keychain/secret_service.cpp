@@ -97,6 +97,7 @@ public:
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
+    void interrupt() { calls_.interrupt(); }
     // Runs the work with a connected service.
     OSStatus use(const std::function<OSStatus()>& work);
 
@@ -130,7 +131,7 @@ private:
     bool unlock(const Paths& objects);
 
     const Bounds bounds_;
-    std::timed_mutex mutex_;
+    std::mutex mutex_;
     BoundedCalls calls_;
     OwnedSecret<SecretService> service_;
     Clock::time_point deadline_;
@@ -174,13 +175,16 @@ OSStatus KeychainSecretService::SecItemDelete(const SecAttributes& attributes) {
     });
 }
 
+void KeychainSecretService::interrupt() {
+    connection_->interrupt();
+}
+
 OSStatus KeychainSecretService::Connection::use(const std::function<OSStatus()>& work) {
-    auto deadline = Clock::now() + bounds_.call;
-    std::unique_lock lock(mutex_, deadline);
-    if (!lock) return errSecIO;
+    std::lock_guard lock(mutex_);
+    if (calls_.isInterrupted()) return errSecIO;
     if (Clock::now() < retreatUntil_) return retreatStatus_;
     if (!hasSessionBus()) return errSecNotAvailable;
-    deadline_ = deadline;
+    deadline_ = Clock::now() + bounds_.call;
     BoundedCalls::Turn turn(calls_);
     bool isReused = service_ != nullptr;
     OSStatus status = connect();
@@ -191,6 +195,7 @@ OSStatus KeychainSecretService::Connection::use(const std::function<OSStatus()>&
         status = connect();
         if (status == errSecSuccess) status = work();
     }
+    if (calls_.isInterrupted()) return errSecIO;
     if (status == errSecNotAvailable) {
         disconnect();
         // A service that is there but does not answer is not the same as none.

@@ -8,15 +8,16 @@
 namespace tobrel {
 
 // The session's Secret Service. Nothing is connected before the first call. A locked keyring is asked to be unlocked
-// once in this object's life; until it is, what lies in it is errSecInteractionNotAllowed. Without a service everything
-// is errSecNotAvailable at once; with one that does not answer in time, errSecIO.
+// once in this object's life, and the user's answer is waited for; where it is no, or too long in coming, what lies in
+// it is errSecInteractionNotAllowed. Without a service everything is errSecNotAvailable at once; with one that does not
+// answer in time, errSecIO.
 class KeychainSecretService : public Keychain {
 public:
     struct Bounds {
         // One call, but for the user's answer.
         std::chrono::milliseconds call{3000};
-        // How long the one question to unlock is waited for; it stays on the screen afterwards.
-        std::chrono::milliseconds unlock{5000};
+        // How long the answer to the one question to unlock is waited for; it stays on the screen afterwards.
+        std::chrono::milliseconds unlock = std::chrono::hours(24);
         // How long a service that is missing or does not answer is not asked again.
         std::chrono::milliseconds retreat{10000};
     };
@@ -28,6 +29,9 @@ public:
     SecItemCopyResult SecItemCopyMatching(const SecAttributes& query) override;
     OSStatus SecItemAdd(const SecAttributes& attributes) override;
     OSStatus SecItemDelete(const SecAttributes& query) override;
+
+    // What it ends is errSecIO.
+    void interrupt() override;
 
 private:
     class Connection;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <future>
 
 #include "platform/linux_online/keychain/keyring_daemon.h"
 #include "support/environment.h"
@@ -102,6 +103,17 @@ TEST_F(LockedKeyring, asks_the_user_once_and_does_not_wait_long_for_the_answer) 
     EXPECT_EQ(SessionBus::shared().prompts(), 1);
     daemon.unlock();
     EXPECT_EQ(keychain.SecItemCopyMatching(query).status, errSecSuccess);
+}
+
+TEST_F(LockedKeyring, waits_for_the_users_answer_until_it_is_interrupted) {
+    SessionBus::shared().ownMutePrompter();
+    KeyringDaemon daemon(home, Keyring::locked);
+    KeychainSecretService keychain({.call = 500ms});
+    auto reading = std::async(std::launch::async, [&] { return keychain.SecItemCopyMatching(query).status; });
+    EXPECT_EQ(reading.wait_for(1s), std::future_status::timeout);
+    keychain.interrupt();
+    EXPECT_EQ(reading.wait_for(5s), std::future_status::ready);
+    EXPECT_LT(expectEach(keychain, errSecIO), 1s);
 }
 
 TEST_F(SecretService, outlives_the_session_bus) {
