@@ -96,6 +96,14 @@ bool exists(const std::string& pattern) {
 
 }  // namespace
 
+Distrust distrust(const FileTrust& trust) {
+    const std::string place = inQuotes(trust.place);
+    if (trust.writers == Writers::anotherUser)
+        return {place + " belongs to another user", "give it to the user who runs this: chown"};
+    return {(trust.writers == Writers::everybody ? "every user can write " : "a group of users can write ") + place,
+            "chmod go-w " + quoted(trust.place)};
+}
+
 Finding checkPrivateFolder() {
     const std::string path = Paths::privateFolder();
     const std::string name = inQuotes(path);
@@ -123,6 +131,9 @@ Finding checkSettings(Composition& composition) {
     struct stat status {};
     if (stat(path.c_str(), &status) != 0 && errno == ENOENT) return {check, name + " does not exist", setServer};
     auto content = readWhole(composition.files(), path, largestFile);
+    const FileTrust trust = composition.files().trust(path);
+    const Distrust why = distrust(trust);
+    if (!trust.isTheUsers()) return {check, name + " is not used, because " + why.what, why.wayOut};
     if (!content) return {check, name + " cannot be read", "move away what lies there, then: tobrel-admin server URL"};
     if (content->starts_with("\xEF\xBB\xBF")) content->erase(0, 3);
     auto object = json::parseObject(*content);
@@ -134,6 +145,8 @@ Finding checkSettings(Composition& composition) {
     if (!object->contains("server")) return {check, name + " names no server", setServer};
     if (object->contains("api_key") && status.st_mode & forOthers)
         return {check, "others can read the API key in " + name, "chmod 600 " + quoted(path)};
+    if (trust.writers == Writers::group)
+        return {check, name + " could be written by others: " + why.what, why.wayOut, true};
     return {check, name + " is well", ""};
 }
 
@@ -172,6 +185,9 @@ std::vector<Finding> checkDomains(Composition& composition) {
                                 "bring it back, or: tobrel-admin domain remove " + quoted(domain.identifier)});
         else if (access(domain.root.c_str(), R_OK | X_OK) != 0)
             findings.push_back({check, name + " cannot be read", "chmod u+rx " + quoted(domain.root)});
+        else if (auto items = (*snapshot)->countItems(domain); items && *items == 0)
+            findings.push_back({check, name + " is there, but no item in it is registered",
+                                "tobrel-admin item add " + quoted(domain.identifier) + " ITEM PATH", true});
         else
             findings.push_back({check, name + " is there", ""});
     }

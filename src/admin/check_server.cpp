@@ -1,4 +1,6 @@
+#include <chrono>
 #include <future>
+#include <memory>
 
 #include "admin/checks.h"
 #include "admin/compose.h"
@@ -20,9 +22,14 @@ constexpr const char* key = "key";
 constexpr const char* setKey = "set it with: tobrel-admin key set";
 constexpr const char* setServer = "set the address with: tobrel-admin server URL";
 
-Finding notTried() {
-    return {key, "not tried, because the server gave no answer to it", "mend that first"};
+Finding notTried(const KeySource& source) {
+    if (source.key.empty()) return {key, "there is none", setKey};
+    return {key, "not tried, because the server gave no answer to it; it comes from " + source.where,
+            "mend that first"};
 }
+
+// However slowly it comes in.
+constexpr std::chrono::seconds longestAnswer(15);
 
 }  // namespace
 
@@ -30,7 +37,7 @@ std::vector<Finding> judge(const URLSessionAnswer& answer, const std::string& ad
     const std::string name = inQuotes(address);
     if (answer.error)
         return {{server, answer.error->localizedDescription(), "or set another address: tobrel-admin server URL"},
-                notTried()};
+                notTried(source)};
     const int status = answer.statusCode.value_or(0);
     constexpr std::string_view members[] = {"error"};
     auto object = json::parseMembers(answer.data.value_or(""), members);
@@ -46,29 +53,33 @@ std::vector<Finding> judge(const URLSessionAnswer& answer, const std::string& ad
                  "set the right one with: tobrel-admin key set"}};
     }
     if (status == 200 || (status >= 300 && status < 500 && !object))
-        return {{server, name + " answers, but not as a Tobrel server (" + outcome + ")", setServer}, notTried()};
+        return {{server, name + " answers, but not as a Tobrel server (" + outcome + ")", setServer}, notTried(source)};
     return {
         {server, name + " answers with a failure (" + outcome + ")", "try again later, or tell who runs the server"},
-        notTried()};
+        notTried(source)};
 }
 
 std::vector<Finding> checkServer(Composition& composition) {
     const std::string address = Config::server();
     const KeySource source = findKey(composition.keychain());
-    if (address.empty()) return {{server, "no address is set", setServer}, notTried()};
+    if (address.empty()) return {{server, "no address is set", setServer}, notTried(source)};
     auto request = API::request("/tobrel/api/item?id=root", "GET");
-    if (!request) return {{server, inQuotes(address) + " is no web address", setServer}, notTried()};
+    if (!request) return {{server, inQuotes(address) + " is no web address", setServer}, notTried(source)};
     // Whoever looks for a fault waits less patiently.
     request->timeoutInterval = 10;
-    std::promise<URLSessionAnswer> answered;
+    // Shared with the answer, which may come when nobody waits any more.
+    auto answered = std::make_shared<std::promise<URLSessionAnswer>>();
     composition.urlSession().dataTask(*request,
-                                      [&](URLSessionAnswer answer) { answered.set_value(std::move(answer)); });
-    return judge(answered.get_future().get(), address, source);
+                                      [answered](URLSessionAnswer answer) { answered->set_value(std::move(answer)); });
+    auto answer = answered->get_future();
+    if (answer.wait_for(longestAnswer) == std::future_status::ready) return judge(answer.get(), address, source);
+    return {{server, inQuotes(address) + " has not answered in full within 15 s",
+             "try again later, or tell who runs the server"},
+            notTried(source)};
 }
 
-Finding checkKeychain(Composition& composition) {
+Finding checkKeychain(LinuxKeychain& keychain) {
     constexpr const char* check = "keychain";
-    LinuxKeychain& keychain = composition.keychain();
     const auto found = findKeyItem(keychain);
     const std::string name = describe(keychain, found.store);
     if (found.status == errSecInteractionNotAllowed)

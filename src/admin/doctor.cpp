@@ -16,8 +16,8 @@ void print(const Finding& finding, bool asJson) {
         line = R"({"check":)" + jsonString(finding.check) + R"(,"ok":)" + (finding.isGood() ? "true" : "false") +
                R"(,"text":)" + jsonString(finding.text) + R"(,"advice":)" + jsonString(finding.advice) + "}";
     } else {
-        line = (finding.isGood() ? "✓ " : "✗ ") + finding.check + ": " + finding.text;
-        if (!finding.isGood()) line += " → " + finding.advice;
+        line = (!finding.isGood() ? "✗ " : finding.isWarning ? "! " : "✓ ") + finding.check + ": " + finding.text;
+        if (!finding.advice.empty()) line += " → " + finding.advice;
         line = harmless(line);
     }
     std::puts(line.c_str());
@@ -39,7 +39,7 @@ int runDoctor(const Invocation& invocation) {
     tell({checkPrivateFolder()});
     tell(checkPinQueue(composition));
     tell({checkSettings(composition)});
-    tell({checkKeychain(composition)});
+    tell({checkKeychain(composition.keychain())});
     tell(checkServer(composition));
     tell(checkDomains(composition));
     tell(checkFileManagers(invocation));

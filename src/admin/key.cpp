@@ -20,17 +20,28 @@ std::string reason(LinuxKeychain& keychain, OSStatus status) {
         return "the keyring is locked; unlock it, for example by logging in to the desktop, and try again.";
     if (status == errSecIO && findKeyItem(keychain).store == LinuxKeychain::Store::secretService)
         return "the Secret Service does not answer; try again after the next login to the desktop.";
+    if (status == errSecNotAvailable) return "there is no Secret Service here; --store file keeps it in a file.";
     auto complaint = keychain.file().complaint();
     if (status == errSecAuthFailed && complaint) return complaint->what + " To mend that: " + complaint->wayOut;
     return KeychainStore::describe(status);
 }
 
 int setKey(const Invocation& invocation) {
+    std::optional<LinuxKeychain::Store> store;
+    if (invocation.store == "keychain")
+        store = LinuxKeychain::Store::secretService;
+    else if (invocation.store == "file")
+        store = LinuxKeychain::Store::file;
+    else if (!invocation.store.empty())
+        return misused("--store takes keychain or file, not " + inQuotes(invocation.store));
     auto key = readSecret("API key: ");
     if (!key) return failed("No key can be read from standard input.");
     if (key->empty()) return failed("An empty key is of no use; none was stored.");
     if (!isUtf8(*key)) return failed("The key is no UTF-8 text; none was stored.");
+    if (!isUtf8(invocation.account) || invocation.account.find('\0') != invocation.account.npos)
+        return failed("The account's name is no UTF-8 text; no key was stored.");
     Composition composition(invocation);
+    LinuxKeychain::Replacing replacing(composition.keychain(), store);
     OSStatus status = KeychainStore::saveKey(*key, invocation.account);
     if (status == errSecSuccess) return 0;
     return failed("The key was not stored: " + reason(composition.keychain(), status));
@@ -40,7 +51,11 @@ int deleteKey(const Invocation& invocation) {
     Composition composition(invocation);
     KeychainStore::deleteKey();
     OSStatus status = findKeyItem(composition.keychain()).status;
-    if (status == errSecItemNotFound) return 0;
+    if (status == errSecItemNotFound) {
+        if (composition.keychain().service() == LinuxKeychain::Service::unreachable)
+            std::fputs("tobrel-admin: no Secret Service can be reached; a key that it keeps is not deleted.\n", stderr);
+        return 0;
+    }
     if (status == errSecSuccess) return failed("The key could not be deleted; try again.");
     return failed("The key was not deleted: " + reason(composition.keychain(), status));
 }
@@ -70,7 +85,7 @@ int showStatus(const Invocation& invocation) {
         std::puts("no usable key; set one with: tobrel-admin key set");
     else
         std::printf("a usable key, length %zu, from %s\n", length, harmless(source.where).c_str());
-    return 0;
+    return source.key.empty() ? 1 : 0;
 }
 
 }  // namespace
@@ -79,6 +94,7 @@ int runKey(const Invocation& invocation) {
     const auto& words = invocation.words;
     if (!invocation.account.empty() && !words.empty() && words[0] != "set")
         return misused("only key set takes --account");
+    if (!invocation.store.empty() && !words.empty() && words[0] != "set") return misused("only key set takes --store");
     return runVerb("key", invocation,
                    {{"set", {}, false, [&] { return setKey(invocation); }},
                     {"delete", {}, false, [&] { return deleteKey(invocation); }},

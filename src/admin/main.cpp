@@ -27,7 +27,7 @@ Sets up what the file actions need, and looks after it.
   item list DOMAIN              the domain's items
   item import DOMAIN            add ITEM<TAB>PATH lines from standard input, all or none
   server URL                    set the server's address
-  key set | delete | status     store the API key read from standard input, or look after it
+  key set | delete | status     store the API key read from standard input, or look after it (status 1: there is none)
   pins                          the queue of pin requests, oldest first
   pins take                     print the queue as pins --json does, and empty it
   doctor                        check the installation and say what to do
@@ -36,6 +36,7 @@ Options:
       --home DIR        use DIR in place of the home folder, and nothing outside it
       --json            lists, key status and doctor: one JSON object a line
       --account NAME    key set only: the keychain item's account
+      --store WHERE     key set only: keychain (the Secret Service) or file; else the first where there is one
       --help            print this text
       --version         print the version
 
@@ -51,14 +52,18 @@ constexpr Subcommand subcommands[] = {{"domain", runDomain}, {"item", runItem}, 
                                       {"key", runKey},       {"pins", runPins}, {"doctor", runDoctor}};
 
 constexpr option options[] = {
-    {"home", required_argument, nullptr, 'h'},    {"json", no_argument, nullptr, 'j'},
-    {"account", required_argument, nullptr, 'a'}, {"help", no_argument, nullptr, 'H'},
-    {"version", no_argument, nullptr, 'V'},       {nullptr, 0, nullptr, 0},
+    {"home", required_argument, nullptr, 'h'},
+    {"json", no_argument, nullptr, 'j'},
+    {"account", required_argument, nullptr, 'a'},
+    {"store", required_argument, nullptr, 's'},
+    {"help", no_argument, nullptr, 'H'},
+    {"version", no_argument, nullptr, 'V'},
+    {nullptr, 0, nullptr, 0},
 };
 
 int unknownOption(std::string word) {
     word.resize(std::min(word.find('='), word.size()));
-    return noSuchWord("option", word, {"--home", "--json", "--account", "--help", "--version"});
+    return noSuchWord("option", word, {"--home", "--json", "--account", "--store", "--help", "--version"});
 }
 
 int runSubcommand(Invocation& invocation) {
@@ -70,6 +75,7 @@ int runSubcommand(Invocation& invocation) {
         known.push_back(subcommand.name);
         if (name != subcommand.name) continue;
         if (!invocation.account.empty() && name != "key") return misused(name + " does not take --account");
+        if (!invocation.store.empty() && name != "key") return misused(name + " does not take --store");
         int status = subcommand.run(invocation);
         if (std::fflush(stdout) != 0 || std::ferror(stdout))
             return failed(std::string("standard output cannot be written: ") + std::strerror(errno));
@@ -100,6 +106,10 @@ int main(int count, char* words[]) {
                 break;
             case 'a':
                 invocation.account = optarg;
+                break;
+            case 's':
+                if (!*optarg) return misused("--store takes keychain or file");
+                invocation.store = optarg;
                 break;
             case 'H':
             case 'V':

@@ -13,6 +13,7 @@ struct Invocation {
     std::optional<std::string> home;
     bool json = false;
     std::string account;
+    std::string store;
     // What stands behind the subcommand's name.
     std::vector<std::string> words;
 };

@@ -24,8 +24,10 @@ std::optional<URL> TobrelActionViewController::onlineURL(const std::string& path
 
 void TobrelActionViewController::openPage(std::string path) {
     platform::request().mainQueue.async([self = self(), path = std::move(path)] {
-        if (auto url = onlineURL(path)) platform::desktop().workspace.openURL(url->absoluteString());
-        self->label->setStringValue("Opened in your browser.");
+        auto url = onlineURL(path);
+        bool opens = url && isWebAddress(url->absoluteString());
+        if (opens) platform::desktop().workspace.openURL(url->absoluteString());
+        self->label->setStringValue(opens ? "Opened in your browser." : API::notSetUp);
         self->done->setHidden(true);
         self->autoDismiss = true;
         self->extensionContext().completeRequest();

@@ -55,6 +55,16 @@ public:
     virtual ~FolderLock() = default;
 };
 
+// Who, besides root, could have written something; each includes the ones before.
+enum class Writers { user, group, everybody, anotherUser };
+
+struct FileTrust {
+    Writers writers = Writers::user;
+    // The file or folder that they can write.
+    std::string place;
+    bool isTheUsers() const { return writers <= Writers::group; }
+};
+
 // Synchronous, on any thread. The real one tells the person, and the log, of what could not be written.
 class Files {
 public:
@@ -62,6 +72,8 @@ public:
     // Null where there is no readable regular file; never waits for a peer (a FIFO, a device).
     virtual std::unique_ptr<FileReader> open(const std::string& path) = 0;
     virtual FileState state(const std::string& path) = 0;
+    // Who could have put there what open() reads.
+    virtual FileTrust trust(const std::string& path) = 0;
     // Null where the file's folder takes no new file.
     virtual std::unique_ptr<FileReplacement> replace(const std::string& path) = 0;
     // Moves what cannot be used out of the way, to a further name beside it ("FILE.kept", "FILE.kept-2" and so on).

@@ -40,4 +40,13 @@ std::optional<URL> URL::parse(std::string_view text) {
     return URL(std::string(text));
 }
 
+bool isWebAddress(std::string_view text) {
+    for (std::string_view scheme : {"http://", "https://"})
+        if (text.size() >= scheme.size() && std::equal(scheme.begin(), scheme.end(), text.begin(), [](char a, char b) {
+                return a == (b >= 'A' && b <= 'Z' ? b + ('a' - 'A') : b);
+            }))
+            return true;
+    return false;
+}
+
 }  // namespace tobrel

@@ -20,4 +20,7 @@ private:
     std::string text_;
 };
 
+// Whether the text begins with http:// or https://, in whatever case: what may be handed to a browser.
+bool isWebAddress(std::string_view text);
+
 }  // namespace tobrel

@@ -46,12 +46,45 @@ TEST_F(SettingUp, server_writes_its_member_and_keeps_the_rest_and_the_mode) {
     EXPECT_EQ(admin({"server", "HTTP://[::1]:8080"}).status, 0);
     EXPECT_EQ(readFile(config_), "{\"api_key\": \"k\",\n \"server\": \"HTTP://[::1]:8080\"}\n");
     EXPECT_EQ(std::filesystem::status(config_).permissions(), std::filesystem::perms(0640));
+
+    EXPECT_EQ(admin({"server", "https://Bücher.example:8443/base"}).status, 0);
+    EXPECT_THAT(readFile(config_), HasSubstr("https://xn--bcher-kva.example:8443/base"));
+    const std::string elsewhere = installation_.home() + "/settings.json";
+    std::filesystem::rename(config_, elsewhere);
+    std::filesystem::create_symlink("../settings.json", config_);
+    EXPECT_EQ(admin({"server", "https://a.example"}).status, 0);
+    EXPECT_THAT(readFile(elsewhere), HasSubstr("https://a.example"));
+    EXPECT_TRUE(std::filesystem::is_symlink(config_));
+    chmod(elsewhere.c_str(), 0666);
+    EXPECT_THAT(admin({"server", "https://b.example"}).errors, HasSubstr("chmod go-w"));
+    EXPECT_THAT(readFile(elsewhere), HasSubstr("https://a.example"));
 }
 
 TEST_F(SettingUp, server_refuses_what_is_no_web_address_and_a_file_that_is_no_object) {
-    for (const char* address :
-         {"", "tobrel.example", "/base", "ftp://a.example", "http:a", "https://", "http://:80", "http://a b",
-          "http://a.example\n", "http://[", "http://é.example", "http://a/?b", "http://a/#", "javascript:alert(1)"}) {
+    for (const char* address : {"",
+                                "tobrel.example",
+                                "/base",
+                                "ftp://a.example",
+                                "http:a",
+                                "https://",
+                                "http://:80",
+                                "http://a b",
+                                "http://a.example\n",
+                                "http://[",
+                                "http://a/é",
+                                "http://a/?b",
+                                "http://a/#",
+                                "javascript:alert(1)",
+                                "http://u@a",
+                                "http://u:p@a",
+                                "http://a:99999",
+                                "http://a:x",
+                                "http://a:0",
+                                "http://a..b",
+                                "http://%61.b",
+                                "http://[::1]x",
+                                "http://\u00AD",
+                                "http://a@b@c"}) {
         Ended ended = admin({"server", "--", address});
         EXPECT_EQ(ended.status, 1) << address;
         EXPECT_THAT(ended.errors, HasSubstr("The address “"));
@@ -109,6 +142,14 @@ TEST_F(SettingUp, the_status_says_where_the_key_comes_from) {
     EXPECT_EQ(source(), "config.json");
     EXPECT_EQ(admin({"key", "set", "k3y"}).status, 2);
     EXPECT_EQ(admin({"key", "status", "--account", "a"}).status, 2);
+    EXPECT_EQ(admin({"key", "status"}).status, 0);
+    std::filesystem::remove(config_);
+    EXPECT_EQ(admin({"key", "status"}).status, 1);
+    EXPECT_EQ(admin({"key", "set", "--store", "nowhere"}, "k").status, 2);
+    EXPECT_THAT(admin({"key", "set", "--store", "keychain"}, "k").errors, HasSubstr("--store file"));
+    EXPECT_EQ(admin({"key", "set", "--store", "file"}, "k").status, 0);
+    EXPECT_EQ(admin({"key", "set", "--account", "\xFF"}, "other").status, 1);
+    EXPECT_THAT(status(), HasSubstr("length 1,"));
 }
 
 TEST_F(SettingUp, a_terminal_shows_nothing_of_the_key_and_is_left_as_it_was) {
@@ -129,8 +170,10 @@ TEST_F(SettingUp, a_terminal_shows_nothing_of_the_key_and_is_left_as_it_was) {
 TEST_F(SettingUp, doctor_says_for_each_fault_what_to_do) {
     for (const char* check : {"private folder", "settings", "server", "key"})
         EXPECT_THAT(diagnosis(check), HasSubstr("✗ ")) << check;
-    for (const char* check : {"keychain", "domain", "file manager"})
-        EXPECT_THAT(diagnosis(check), HasSubstr("✓ ")) << check;
+    for (const char* check : {"keychain", "file manager"}) EXPECT_THAT(diagnosis(check), HasSubstr("✓ ")) << check;
+    EXPECT_THAT(diagnosis("domain"), HasSubstr("! domain: “work”")) << "no item yet";
+    installation_.addFile("a", "a.txt");
+    EXPECT_THAT(diagnosis("domain"), HasSubstr("✓ "));
 
     ScriptedServer server;
     const std::string top = "/tobrel/api/item?id=root";
@@ -161,6 +204,14 @@ TEST_F(SettingUp, doctor_says_for_each_fault_what_to_do) {
         EXPECT_EQ(admin({"doctor"}).status, 1);
     }
 
+    chmod(config_.c_str(), 0660);
+    EXPECT_THAT(diagnosis("settings"), HasSubstr("! settings: "));
+    chmod(config_.c_str(), 0606);
+    EXPECT_THAT(diagnosis("settings"), HasSubstr("is not used, because every user can write"));
+    chmod(config_.c_str(), 0600);
+    EXPECT_EQ(admin({"key", "delete"}).status, 0);
+    EXPECT_THAT(diagnosis("key"), HasSubstr("there is none")) << "even while the server is down";
+    EXPECT_EQ(admin({"key", "set"}, "s3cret").status, 0);
     chmod(private_.c_str(), 0750);
     EXPECT_THAT(diagnosis("private folder"), HasSubstr("chmod "));
     chmod((keychain_ + "/keychain").c_str(), 0644);

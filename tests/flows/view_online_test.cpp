@@ -22,6 +22,22 @@ TEST_F(ControllerTest, ViewOnlineOpensTheFolderOfTheFirstItemAndEndsTheRequest) 
     EXPECT_EQ(behind({"a"}, R"({"path":"q1.pdf"})"), "#files");
 }
 
+TEST_F(ControllerTest, ViewOnlineSaysThatNothingIsSetUpWhereThereIsNoWebAddressToOpen) {
+    for (const char* server :
+         {"", "https://h x", "-x", "tobrel.example", "javascript:alert(1)", "file:///etc", "HTTPS:/h"}) {
+        world.configure(server);
+        controller->viewOnline({"root"});
+        EXPECT_EQ(sheet(), "Tobrel is not set up on this Mac") << server;
+        EXPECT_EQ(context->ends.size(), 1u);
+        context->ends.clear();
+    }
+    EXPECT_TRUE(world.workspace.opened.empty());
+    world.configure("HTTP://h");
+    controller->viewOnline({"root"});
+    EXPECT_EQ(sheet(), "Opened in your browser.");
+    EXPECT_EQ(world.workspace.opened.size(), 1u);
+}
+
 TEST_F(ControllerTest, ViewOnlineOpensNothingWhereTheLookupFails) {
     controller->viewOnline({"a"});
     world.urlSession.answerLast(answered(404, R"({"error":"Gone"})"));

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 
@@ -78,6 +79,32 @@ TEST(Config, whatever_lies_in_the_files_place_costs_little_and_counts_as_empty) 
     std::string nested(100000, '[');
     writeFile(file, R"({"server":"a","x":)" + nested);
     EXPECT_EQ(Config::server(), "");
+}
+
+TEST(Config, of_a_file_that_another_user_could_have_written_nothing_is_used) {
+    TemporaryFolder home;
+    LocalPlatform platform(home.path());
+    const std::string folder = home.file(".tobrel"), file = folder + "/config.json", elsewhere = home.file("other");
+    std::filesystem::create_directory(folder);
+    writeFile(file, R"({"server":"a"})");
+    for (const std::string& place : {file, folder}) {
+        std::filesystem::permissions(place, std::filesystem::perms(0777 & ~02));
+        EXPECT_EQ(Config::server(), "a") << "group: doctor's business";
+        std::filesystem::permissions(place, std::filesystem::perms(0702));
+        EXPECT_EQ(Config::server(), "") << place;
+        std::filesystem::permissions(place, std::filesystem::perms::owner_all);
+    }
+    std::filesystem::create_directory(elsewhere);
+    std::filesystem::rename(file, elsewhere + "/config.json");
+    std::filesystem::create_symlink(elsewhere + "/config.json", file);
+    EXPECT_EQ(Config::server(), "a");
+    std::filesystem::permissions(elsewhere, std::filesystem::perms(0702));
+    EXPECT_EQ(Config::server(), "") << "a link to such a place";
+    std::filesystem::permissions(elsewhere, std::filesystem::perms::owner_all);
+    // Only root can give a file away.
+    if (chown(file.c_str(), 65534, 65534) == 0) {
+        EXPECT_EQ(Config::server(), "");
+    }
 }
 
 }  // namespace tobrel::testing

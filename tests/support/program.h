@@ -42,6 +42,7 @@ public:
     void write(const std::string& input);
     void endInput();
     void kill(int signal);
+    pid_t id() const { return process_; }
     // Reads its output until a line holds the text; fails the test where the program ends, or 30 s pass, first.
     std::string waitForLine(const std::string& text);
     // Ends its input and reads all it has to say.

@@ -4,6 +4,7 @@
 #include <chrono>
 
 #include "platform/files.h"
+#include "platform/linux/file_trust.h"
 #include "platform/linux/notice.h"
 
 namespace tobrel {
@@ -16,6 +17,7 @@ public:
     // while its holder makes no progress.
     explicit PosixFiles(Notice notice = {}, std::chrono::milliseconds patience = std::chrono::minutes(2));
     std::unique_ptr<FileReader> open(const std::string& path) override;
+    FileTrust trust(const std::string& path) override { return trustOf(path); }
     FileState state(const std::string& path) override;
     std::unique_ptr<FileReplacement> replace(const std::string& path) override;
     bool setAside(const std::string& path, const FileState& found) override;

@@ -7,6 +7,8 @@
 
 #include <string>
 
+#include "text/harmless_text.h"
+
 namespace tobrel {
 
 namespace {
@@ -20,7 +22,7 @@ public:
     void write(OSLogType type, std::string_view subsystem, std::string_view category,
                std::string_view message) override {
         std::string fields[] = {
-            "MESSAGE=" + std::string(message),
+            "MESSAGE=" + harmless(message),
             "PRIORITY=" + std::to_string(type == OSLogType::error ? LOG_ERR : LOG_INFO),
             "SUBSYSTEM=" + std::string(subsystem),
             "CATEGORY=" + std::string(category),

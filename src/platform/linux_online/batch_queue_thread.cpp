@@ -5,6 +5,8 @@
 #include <csignal>
 #include <utility>
 
+#include "platform/linux_online/memory/secret_memory.h"
+
 namespace tobrel {
 
 void ThreadBatchQueue::async(std::function<void(std::any& shared)> block) {
@@ -43,6 +45,9 @@ void ThreadBatchQueue::run() {
             }
             std::exchange(block, nullptr)(shared);
         }
+        // Their work may have been with secrets.
+        shared.reset();
+        wipeStack();
     }
 }
 

@@ -1,9 +1,10 @@
 #include "platform/linux_online/browser_gio.h"
 
-#include <fcntl.h>
 #include <gio/gdesktopappinfo.h>
 #include <gio/gio.h>
+#include <poll.h>
 #include <signal.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,6 +14,9 @@
 #include <memory>
 #include <string_view>
 #include <vector>
+
+#include "platform/linux/file_descriptor.h"
+#include "text/url.h"
 
 namespace tobrel {
 
@@ -71,49 +75,35 @@ bool isRunnable(const CommandLine& line) {
     return GText(g_find_program_in_path(line.front().c_str())) != nullptr;
 }
 
-// In the child of a process with several threads: calls that are safe there only.
-[[noreturn]] void becomeProgram(const char* path, char* const* arguments, int report) {
+// In the child, before it becomes the program: calls that are safe there only.
+void leaveSession(gpointer) {
     setsid();
-    // A second child belongs to nobody here, so that nobody has to wait for it.
-    pid_t child = fork();
-    if (child != 0) _exit(child < 0 ? 1 : 0);
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
     for (int number = 1; number < NSIG; ++number) signal(number, SIG_DFL);
-    // Tells whether the program started, which closes it.
-    int kept = fcntl(report, F_DUPFD_CLOEXEC, 3);
-    int nothing = open("/dev/null", O_RDWR);
-    for (int descriptor = 0; descriptor < 3; ++descriptor) dup2(nothing, descriptor);
-    close_range(3, static_cast<unsigned>(kept) - 1, 0);
-    close_range(static_cast<unsigned>(kept) + 1, ~0U, 0);
-    execv(path, arguments);
-    [[maybe_unused]] ssize_t written = write(kept, "x", 1);
-    _exit(1);
+}
+
+// A browser that cannot work often says so at once; one that lives on, or has handed the address over, has it.
+bool failsAtOnce(pid_t program) {
+    constexpr int atOnce = 100;
+    FileDescriptor handle(static_cast<int>(syscall(SYS_pidfd_open, program, 0)));
+    pollfd ended{handle.number(), POLLIN, 0};
+    while (poll(&ended, 1, atOnce) < 0 && errno == EINTR) continue;
+    int status = 0;
+    return waitpid(program, &status, WNOHANG) == program && status != 0;
 }
 
 bool startDetached(const CommandLine& line) {
-    GText path(g_find_program_in_path(line.front().c_str()));
     std::vector<char*> arguments;
     for (auto& word : line) arguments.push_back(const_cast<char*>(word.c_str()));
     arguments.push_back(nullptr);
-
-    int report[2];
-    if (!path || pipe2(report, O_CLOEXEC) != 0) return false;
-    pid_t child = fork();
-    if (child == 0) becomeProgram(path.get(), arguments.data(), report[1]);
-    close(report[1]);
-    char failure;
-    ssize_t failed = 1;
-    if (child > 0) {
-        int status = 0;
-        while (waitpid(child, &status, 0) < 0 && errno == EINTR) continue;
-        do failed = read(report[0], &failure, 1);
-        while (failed < 0 && errno == EINTR);
-        if (status != 0) failed = 1;
-    }
-    close(report[0]);
-    return failed == 0;
+    constexpr int flags =
+        G_SPAWN_SEARCH_PATH | G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_STDOUT_TO_DEV_NULL | G_SPAWN_STDERR_TO_DEV_NULL;
+    GPid program = 0;
+    return g_spawn_async(nullptr, arguments.data(), nullptr, static_cast<GSpawnFlags>(flags), leaveSession, nullptr,
+                         &program, nullptr) &&
+           !failsAtOnce(program);
 }
 
 // BROWSER is a colon-separated list; the first entry that can be started takes the address.
@@ -149,6 +139,7 @@ bool openWithDesktopBrowser(const std::string& url) {
 }  // namespace
 
 bool GioBrowser::openURL(const std::string& url) {
+    if (!isWebAddress(url)) return false;
     return openWithNamedBrowser(url) || openWithDesktopBrowser(url);
 }
 

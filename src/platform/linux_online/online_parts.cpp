@@ -1,11 +1,14 @@
 #include "platform/linux_online/online_parts.h"
 
 #include "platform/linux_online/http/curl_session.h"
+#include "platform/linux_online/memory/secret_memory.h"
 
 namespace tobrel {
 
 LinuxOnlineParts::LinuxOnlineParts(UserDatabase& users, bool homeIsGiven, KeychainSecretService::Bounds bounds)
-    : keychain_(makeKeychain(users, homeIsGiven, bounds)), urlSession_(std::make_unique<CurlURLSession>()) {}
+    : keychain_(makeKeychain(users, homeIsGiven, bounds)), urlSession_(std::make_unique<CurlURLSession>()) {
+    guardMemory();
+}
 
 LinuxOnlineParts::~LinuxOnlineParts() = default;
 

@@ -2,8 +2,10 @@
 
 #include <time.h>
 #include <unicode/ubrk.h>
+#include <unicode/ucal.h>
 #include <unicode/uchar.h>
 #include <unicode/udat.h>
+#include <unicode/uidna.h>
 #include <unicode/uloc.h>
 #include <unicode/ustring.h>
 #include <unicode/utext.h>
@@ -19,6 +21,7 @@ namespace tobrel {
 namespace {
 
 struct Close {
+    void operator()(UIDNA* names) const { uidna_close(names); }
     void operator()(UText* text) const { utext_close(text); }
     void operator()(UBreakIterator* iterator) const { ubrk_close(iterator); }
     void operator()(UDateFormat* format) const { udat_close(format); }
@@ -85,6 +88,15 @@ std::string dateLocale() {
     return U_SUCCESS(error) ? canonical.data() : "en_US_POSIX";
 }
 
+// The library reckons by the Julian calendar before 1582, servers do not. Calendars of other kinds have no such change.
+void extendGregorianCalendar(UDateFormat* format) {
+    UErrorCode error = U_ZERO_ERROR;
+    UCalendar* calendar = ucal_clone(udat_getCalendar(format), &error);
+    ucal_setGregorianChange(calendar, -U_DATE_MAX, &error);
+    if (U_SUCCESS(error)) udat_setCalendar(format, calendar);
+    ucal_close(calendar);
+}
+
 // The instant's wall clock, as if it were one in UTC.
 std::int64_t wallClock(std::int64_t instant) {
     time_t seconds = instant;
@@ -124,6 +136,7 @@ std::string IcuTextServices::mediumDate(std::int64_t instant) {
     UErrorCode error = U_ZERO_ERROR;
     std::unique_ptr<UDateFormat, Close> format(
         udat_open(UDAT_NONE, UDAT_MEDIUM, dateLocale().c_str(), u"UTC", -1, nullptr, 0, &error));
+    if (U_SUCCESS(error)) extendGregorianCalendar(format.get());
     std::array<UChar, 256> date;
     UDate milliseconds = static_cast<UDate>(wallClock(instant)) * 1000;
     int length =
@@ -132,6 +145,20 @@ std::string IcuTextServices::mediumDate(std::int64_t instant) {
     int bytes = 0;
     u_strToUTF8(text.data(), text.size(), &bytes, date.data(), length, &error);
     return U_SUCCESS(error) ? std::string(text.data(), bytes) : std::string();
+}
+
+std::optional<std::string> asciiHost(std::string_view host) {
+    UErrorCode error = U_ZERO_ERROR;
+    constexpr std::uint32_t options =
+        UIDNA_CHECK_BIDI | UIDNA_CHECK_CONTEXTJ | UIDNA_NONTRANSITIONAL_TO_ASCII | UIDNA_NONTRANSITIONAL_TO_UNICODE;
+    std::unique_ptr<UIDNA, Close> names(uidna_openUTS46(options, &error));
+    std::array<char, 256> ascii;
+    UIDNAInfo info = UIDNA_INFO_INITIALIZER;
+    if (U_FAILURE(error)) return std::nullopt;
+    int length = uidna_nameToASCII_UTF8(names.get(), host.data(), static_cast<int>(host.size()), ascii.data(),
+                                        ascii.size(), &info, &error);
+    if (U_FAILURE(error) || info.errors != 0) return std::nullopt;
+    return std::string(ascii.data(), static_cast<std::size_t>(length));
 }
 
 }  // namespace tobrel

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include "platform/text.h"
 
 namespace tobrel {
@@ -14,5 +16,8 @@ public:
     std::string_view trimmingWhitespaceAndNewlines(std::string_view text) override;
     std::string mediumDate(std::int64_t instant) override;
 };
+
+// The name of a host as it stands in an address, by UTS 46; nothing where it can be no host's name.
+std::optional<std::string> asciiHost(std::string_view host);
 
 }  // namespace tobrel

@@ -74,6 +74,9 @@ TEST(TextServices, a_medium_date_follows_the_environments_locale_and_the_instant
         {{}, {}, "C", "Europe/Berlin", "Dec 31, 2024", 1735685999},
         {{}, {}, "C", "Europe/Berlin", "Jan 1, 2025", 1735686000},
         {{}, {}, "C", "Europe/Berlin", "Jan 1, 1970", -1},
+        {{}, {}, "C", "UTC", "Jan 1, 1", -62135596800},
+        {{}, {}, "C", "UTC", "Oct 14, 1582", -12219292800 - 86400},
+        {{}, {}, "th_TH@calendar=buddhist", "UTC", "2 ม.ค. 2567"},
     };
     IcuTextServices text;
     for (const auto& [all, time, language, zone, date, instant] : cases) {

@@ -3,6 +3,8 @@
 #include <curl/curl.h>
 #include <pthread.h>
 
+#include <string.h>
+
 #include <algorithm>
 #include <chrono>
 #include <csignal>
@@ -15,6 +17,7 @@
 
 #include "platform/linux_online/http/curl_loop.h"
 #include "platform/linux_online/http/curl_transfer.h"
+#include "platform/linux_online/memory/secret_memory.h"
 
 namespace tobrel {
 namespace {
@@ -53,6 +56,8 @@ struct CurlURLSession::Worker {
 private:
     // The connection carries no further request; once it is quiet, another takes its place.
     bool leaving() const { return !common_.goodbyes.empty() || (sharedConnection_ && requestsLeft_ == 0); }
+
+    bool isIdle() const { return active_.empty() && refused_.empty(); }
 
     std::size_t room() const {
         if (leaving()) return 0;
@@ -93,7 +98,11 @@ private:
             auto end = std::next(waiting.begin(), static_cast<std::ptrdiff_t>(std::min(room(), waiting.size())));
             tasks.splice(tasks.begin(), waiting, waiting.begin(), end);
             moreWaiting_ = !waiting.empty();
+            if (isIdle() && tasks.empty()) session_.headers_.reset();
         }
+        // The headers hold the user's key, which does not stay in memory while a form waits for the user.
+        if (isIdle() && tasks.empty())
+            for (auto& transfer : transfers_) transfer->forgetHeaders();
         for (HTTPTask& task : tasks) start(std::move(task));
         return true;
     }
@@ -210,7 +219,7 @@ void CurlURLSession::dataTask(URLRequest request, std::function<void(URLSessionA
     if (!thread_.joinable()) {
         thread_ = std::thread([this] {
             blockSignals();
-            curl_global_init(CURL_GLOBAL_DEFAULT);
+            curl_global_init_mem(CURL_GLOBAL_DEFAULT, std::malloc, wipingFree, wipingRealloc, strdup, std::calloc);
             Worker(*this).run();
         });
     } else if (waiting_.size() == 1) {

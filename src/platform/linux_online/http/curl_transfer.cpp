@@ -354,6 +354,13 @@ std::function<void(URLSessionAnswer)> CurlTransfer::release() {
     return std::exchange(completion_, nullptr);
 }
 
+void CurlTransfer::forgetHeaders() {
+    set(handle_.get(), CURLOPT_HTTPHEADER, nullptr);
+    headers_.reset();
+    hop_.headers.reset();
+    listed_.reset();
+}
+
 bool CurlTransfer::sharesConnection() const {
     return info<long>(handle_.get(), CURLINFO_HTTP_VERSION) == CURL_HTTP_VERSION_2_0;
 }

@@ -51,6 +51,8 @@ public:
     URLSessionAnswer timedOut() const;
     // Hands out the completion and lets go of all that the request held.
     std::function<void(URLSessionAnswer)> release();
+    // Between two requests: the next one brings its own.
+    void forgetHeaders();
 
     void* handle() const { return handle_.get(); }
     Clock::time_point deadline() const { return lastProgress_ + patience_; }

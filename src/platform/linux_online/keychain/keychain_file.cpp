@@ -55,6 +55,12 @@ std::optional<std::vector<KeychainItem>> decode(std::string_view text) {
     return items;
 }
 
+// Of the system, as far as the user can do something about it.
+OSStatus lastFailure() {
+    if (errno == ENOSPC || errno == EDQUOT) return errSecDiskFull;
+    return errno == EACCES || errno == EPERM || errno == EROFS ? errSecWrPerm : errSecIO;
+}
+
 bool isMachineId(std::string_view text) {
     return text.size() == 32 && text.find_first_not_of("0123456789abcdef") == text.npos;
 }
@@ -90,6 +96,22 @@ OSStatus KeychainFile::SecItemAdd(const SecAttributes& attributes) {
     KeychainQuery same = sameItem(*item);
     for (const KeychainItem& other : content.items)
         if (same.matches(other)) return errSecDuplicateItem;
+    content.items.push_back(std::move(*item));
+    return write(content.items);
+}
+
+OSStatus KeychainFile::replace(const SecAttributes& replaced, const SecAttributes& attributes) {
+    auto query = readQuery(replaced);
+    auto item = readItem(attributes);
+    if (!query || !item) return errSecParam;
+    if (!files_.createFolder(folder_, 0700)) return lastFailure();
+    auto lock = files_.lock(path_);
+    if (!lock) return errSecIO;
+    Content content = read();
+    // What cannot be deciphered here holds nothing to be kept.
+    if (content.state != State::undecipherable)
+        if (OSStatus status = statusOf(content.state)) return status;
+    std::erase_if(content.items, [&](const KeychainItem& other) { return query->matches(other); });
     content.items.push_back(std::move(*item));
     return write(content.items);
 }
@@ -156,8 +178,10 @@ OSStatus KeychainFile::write(const std::vector<KeychainItem>& items) {
     auto sealed = seal(encode(items), machineIdentity());
     if (!sealed) return errSecIO;
     if (sealed->size() > largestFile) return errSecParam;
+    errno = 0;
     auto replacement = files_.replace(path_);
-    return replacement && replacement->write(*sealed) && replacement->commit() ? errSecSuccess : errSecIO;
+    bool written = replacement && replacement->write(*sealed) && replacement->commit();
+    return written ? errSecSuccess : lastFailure();
 }
 
 OSStatus KeychainFile::statusOf(State state) {

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "platform/linux_online/keychain/keychain_item.h"
+#include "platform/linux_online/keychain/keychain_store.h"
 
 namespace tobrel {
 
@@ -13,7 +14,7 @@ class Files;
 // id, so a copy on another machine (a backup, a synchronised home folder) is refused instead of read. It protects
 // against other users of this machine by its mode alone, and not at all against the user's own programs or root, who
 // can read the machine's id too.
-class KeychainFile : public Keychain {
+class KeychainFile : public KeychainStorage {
 public:
     // The folder is made with mode 0700 on the first SecItemAdd, the file in it with 0600.
     KeychainFile(Files& files, std::string folder, std::string machineIdFile = "/etc/machine-id");
@@ -22,6 +23,7 @@ public:
     OSStatus SecItemAdd(const SecAttributes& attributes) override;
     // A file that cannot be deciphered here holds nothing that could be matched: it is removed as a whole.
     OSStatus SecItemDelete(const SecAttributes& query) override;
+    OSStatus replace(const SecAttributes& query, const SecAttributes& item) override;
 
     void interrupt() override {}
 

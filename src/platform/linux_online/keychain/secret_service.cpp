@@ -111,7 +111,9 @@ public:
     enum class Wanted { one, all };
     Items find(const KeychainQuery& query, Wanted wanted);
     SecItemCopyResult secret(const std::string& item);
-    OSStatus create(const KeychainItem& item);
+    // What becomes of an item with the same attributes.
+    enum class Same { refused, replaced };
+    OSStatus create(const KeychainItem& item, Same same, std::string* path = nullptr);
     OSStatus remove(const std::string& item);
 
 private:
@@ -160,7 +162,25 @@ SecItemCopyResult KeychainSecretService::SecItemCopyMatching(const SecAttributes
 OSStatus KeychainSecretService::SecItemAdd(const SecAttributes& attributes) {
     auto item = readItem(attributes);
     if (!item) return errSecParam;
-    return connection_->use([&] { return connection_->create(*item); });
+    return connection_->use([&] { return connection_->create(*item, Connection::Same::refused); });
+}
+
+OSStatus KeychainSecretService::replace(const SecAttributes& replaced, const SecAttributes& attributes) {
+    auto query = readQuery(replaced);
+    auto item = readItem(attributes);
+    if (!query || !item) return errSecParam;
+    return connection_->use([&] {
+        // Those of a keyring that stays locked are not found; so is the default one then, and nothing is added.
+        auto former = connection_->find(*query, Connection::Wanted::all);
+        if (former.status != errSecSuccess && former.status != errSecItemNotFound) return former.status;
+        std::string added;
+        OSStatus status = connection_->create(*item, Connection::Same::replaced, &added);
+        if (status != errSecSuccess) return status;
+        for (const std::string& path : former.unlocked)
+            if (path != added)
+                if (OSStatus removed = connection_->remove(path)) status = removed;
+        return status;
+    });
 }
 
 OSStatus KeychainSecretService::SecItemDelete(const SecAttributes& attributes) {
@@ -256,27 +276,31 @@ SecItemCopyResult KeychainSecretService::Connection::secret(const std::string& i
     return {errSecSuccess, CFData{std::string(bytes, length)}};
 }
 
-OSStatus KeychainSecretService::Connection::create(const KeychainItem& item) {
+OSStatus KeychainSecretService::Connection::create(const KeychainItem& item, Same meaning, std::string* added) {
     DefaultCollection standing = defaultCollection();
     if (standing.status != errSecSuccess) return standing.status;
     auto collection = standing.path ? standing.path : createDefaultCollection();
     if (!collection || (standing.isLocked && !unlock({*collection}))) return errSecInteractionNotAllowed;
 
-    Items same = search(sameItem(item));
-    if (same.status != errSecSuccess) return same.status;
-    if (!same.unlocked.empty() || !same.locked.empty()) return errSecDuplicateItem;
+    if (meaning == Same::refused) {
+        Items same = search(sameItem(item));
+        if (same.status != errSecSuccess) return same.status;
+        if (!same.unlocked.empty() || !same.locked.empty()) return errSecDuplicateItem;
+    }
 
     auto described = propertiesOf(item);
     bool isText = isUtf8(item.data) && item.data.find('\0') == item.data.npos;
     OwnedSecret<SecretValue> value(secret_value_new(item.data.data(), static_cast<gssize>(item.data.size()),
                                                     isText ? "text/plain" : "application/octet-stream"));
     auto answer = await([&](auto... rest) {
-        secret_service_create_item_dbus_path(service_.get(), collection->c_str(), described.get(), value.get(),
-                                             SECRET_ITEM_CREATE_NONE, rest...);
+        secret_service_create_item_dbus_path(
+            service_.get(), collection->c_str(), described.get(), value.get(),
+            meaning == Same::replaced ? SECRET_ITEM_CREATE_REPLACE : SECRET_ITEM_CREATE_NONE, rest...);
     });
     if (!answer) return errSecNotAvailable;
     GError* error = nullptr;
     Owned<gchar> path(secret_service_create_item_dbus_path_finish(service_.get(), answer.get(), &error));
+    if (path && added) *added = path.get();
     return path ? errSecSuccess : statusOf(error);
 }
 

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <memory>
 
-#include "platform/keychain.h"
+#include "platform/linux_online/keychain/keychain_store.h"
 
 namespace tobrel {
 
@@ -11,7 +11,7 @@ namespace tobrel {
 // once in this object's life, and the user's answer is waited for; where it is no, or too long in coming, what lies in
 // it is errSecInteractionNotAllowed. Without a service everything is errSecNotAvailable at once; with one that does not
 // answer in time, errSecIO.
-class KeychainSecretService : public Keychain {
+class KeychainSecretService : public KeychainStorage {
 public:
     struct Bounds {
         // One call, but for the user's answer.
@@ -29,6 +29,7 @@ public:
     SecItemCopyResult SecItemCopyMatching(const SecAttributes& query) override;
     OSStatus SecItemAdd(const SecAttributes& attributes) override;
     OSStatus SecItemDelete(const SecAttributes& query) override;
+    OSStatus replace(const SecAttributes& query, const SecAttributes& item) override;
 
     // What it ends is errSecIO.
     void interrupt() override;

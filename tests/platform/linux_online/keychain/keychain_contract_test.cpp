@@ -140,6 +140,19 @@ TEST_P(RealStores, items_outlive_the_object_and_many_threads_may_ask_at_once) {
     EXPECT_EQ(read(query("key")).status, errSecItemNotFound);
 }
 
+TEST_P(RealStores, replacing_leaves_one_item_or_where_it_fails_the_old_one) {
+    auto* storage = dynamic_cast<KeychainStorage*>(keychain_.get());
+    for (const char* account : {"ann", "ben", "ben"}) {
+        ASSERT_EQ(storage->replace(query("key"), item("key", account, account)), errSecSuccess);
+        EXPECT_EQ(read(query("key")).value, SecValue(CFData{account}));
+    }
+    EXPECT_EQ(storage->replace(query("key"), item("key", "\xFF", "3")), errSecParam);
+    EXPECT_EQ(read(query("key")).value, SecValue(CFData{"ben"}));
+    SecAttributes first = query("key");
+    first[kSecAttrAccount] = "ann";
+    EXPECT_EQ(read(first).status, errSecItemNotFound);
+}
+
 INSTANTIATE_TEST_SUITE_P(Stores, RealStores, ::testing::Values("file", "secret_service"),
                          [](auto& info) { return std::string(info.param); });
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "platform/linux/files_posix.h"
 #include "platform/linux_online/keychain/keychain_linux.h"
@@ -99,6 +100,24 @@ TEST_F(KeychainFileTest, without_a_machine_id_a_copy_of_the_folder_does_not_open
     }
 }
 
+TEST_F(KeychainFileTest, never_seals_two_texts_under_one_nonce_and_refuses_what_another_user_owns) {
+    const std::string before = readFile(keychain_.path());
+    ASSERT_EQ(keychain_.replace(query, item), errSecSuccess);
+    const std::string after = readFile(keychain_.path());
+    constexpr std::size_t nonce = std::string_view("tobrel sealed 1\n").size();
+    EXPECT_NE(before.substr(nonce, 12), after.substr(nonce, 12));
+    // Only root can give a file away.
+    if (chown(keychain_.path().c_str(), 65534, 65534) != 0) GTEST_SKIP() << "not root";
+    EXPECT_EQ(read(keychain_), errSecAuthFailed);
+}
+
+TEST_F(KeychainFileTest, a_failed_replacement_leaves_the_old_item) {
+    SecAttributes wrong = item;
+    wrong[kSecAttrAccount] = "\xFF";
+    EXPECT_EQ(keychain_.replace(query, wrong), errSecParam);
+    EXPECT_EQ(read(keychain_), errSecSuccess);
+}
+
 TEST_F(KeychainFileTest, writers_at_once_lose_no_item) {
     auto with = [](SecAttributes attributes, int account) {
         attributes[kSecAttrAccount] = std::to_string(account);
@@ -116,36 +135,67 @@ TEST_F(KeychainFileTest, writers_at_once_lose_no_item) {
 
 }  // namespace
 
-TEST(LinuxKeychain, takes_the_file_only_where_there_is_no_service_but_finds_and_deletes_in_both) {
+// The fake as a service; what it replaces, it replaces at once or not at all.
+struct FakeService : KeychainStorage {
+    FakeKeychain items;
+    SecItemCopyResult SecItemCopyMatching(const SecAttributes& query) override {
+        return items.SecItemCopyMatching(query);
+    }
+    OSStatus SecItemAdd(const SecAttributes& attributes) override { return items.SecItemAdd(attributes); }
+    OSStatus SecItemDelete(const SecAttributes& query) override { return items.SecItemDelete(query); }
+    OSStatus replace(const SecAttributes& query, const SecAttributes& item) override {
+        if (items.failure) return *items.failure;
+        items.SecItemDelete(query);
+        return items.SecItemAdd(item);
+    }
+    void interrupt() override {}
+};
+
+TEST(LinuxKeychain, holds_one_key_the_one_that_was_set_last_wherever_it_went) {
     using Store = LinuxKeychain::Store;
     TemporaryFolder folder;
-    auto owned = std::make_unique<FakeKeychain>();
-    FakeKeychain& service = *owned;
+    auto owned = std::make_unique<FakeService>();
+    auto& failure = owned->items.failure;
     LinuxKeychain keychain(folder.path(), std::move(owned));
-
-    service.failure = errSecNotAvailable;
-    EXPECT_EQ(keychain.find(query).status, errSecItemNotFound);
-    EXPECT_EQ(keychain.SecItemAdd(item), errSecSuccess);
-    EXPECT_TRUE(fs::exists(keychain.file().path()));
-
-    service.failure.reset();
-    EXPECT_EQ(keychain.find(query).value, SecValue(CFData{"top secret"}));
-    EXPECT_EQ(keychain.find(query).store, Store::file);
-    EXPECT_EQ(keychain.SecItemAdd(item), errSecSuccess);
+    auto set = [&](const std::string& key, std::optional<Store> store = {}) {
+        LinuxKeychain::Replacing replacing(keychain, store);
+        SecAttributes one = item;
+        one[kSecValueData] = CFData{key};
+        one[kSecAttrAccount] = key;
+        EXPECT_EQ(keychain.SecItemDelete(query), errSecSuccess);
+        return keychain.SecItemAdd(one);
+    };
+    auto key = [&] {
+        auto found = keychain.find(query);
+        return found.value ? std::get<CFData>(*found.value).bytes : "none";
+    };
+    EXPECT_EQ(set("service"), errSecSuccess);
     EXPECT_EQ(keychain.find(query).store, Store::secretService);
+    failure = errSecNotAvailable;
+    EXPECT_EQ(key(), "none");
+    EXPECT_EQ(keychain.service(), LinuxKeychain::Service::unreachable);
+    EXPECT_EQ(set("refused", Store::secretService), errSecNotAvailable);
+    EXPECT_EQ(set("file"), errSecSuccess);
+    failure.reset();
+    EXPECT_EQ(key(), "file") << "set later than that in the service";
+    failure = errSecInteractionNotAllowed;
+    EXPECT_EQ(set("locked"), errSecInteractionNotAllowed);
+    EXPECT_EQ(keychain.SecItemDelete(query), errSecInteractionNotAllowed);
+    EXPECT_EQ(key(), "file") << "what fails changes nothing";
+    EXPECT_EQ(set("file again", Store::file), errSecSuccess);
+    EXPECT_EQ(key(), "file again");
+    failure.reset();
+    EXPECT_EQ(set("service again"), errSecSuccess);
+    EXPECT_EQ(keychain.find(query).store, Store::secretService);
+    EXPECT_EQ(key(), "service again");
+    std::filesystem::permissions(folder.path() / "keychain", std::filesystem::perms(0750));
+    EXPECT_EQ(key(), "service again") << "a file that is refused stands in nobody's way";
+    std::filesystem::permissions(folder.path() / "keychain", std::filesystem::perms(0700));
     EXPECT_EQ(keychain.SecItemDelete(query), errSecSuccess);
-    EXPECT_EQ(keychain.find(query).status, errSecItemNotFound);
-    EXPECT_EQ(keychain.SecItemDelete(query), errSecItemNotFound);
-
-    service.failure = errSecNotAvailable;
-    EXPECT_EQ(keychain.SecItemAdd(item), errSecSuccess);
-    service.failure = errSecInteractionNotAllowed;
-    EXPECT_EQ(keychain.SecItemDelete(query), errSecInteractionNotAllowed);
-    EXPECT_EQ(keychain.find(query).store, Store::file);
-    EXPECT_EQ(keychain.file().SecItemDelete(query), errSecSuccess);
+    failure = errSecInteractionNotAllowed;
     EXPECT_EQ(keychain.find(query).status, errSecInteractionNotAllowed);
-    EXPECT_EQ(keychain.SecItemAdd(item), errSecInteractionNotAllowed);
-    EXPECT_EQ(keychain.SecItemDelete(query), errSecInteractionNotAllowed);
+    failure.reset();
+    EXPECT_EQ(key(), "none");
 }
 
 }  // namespace tobrel::testing
