@@ -37,20 +37,39 @@ public:
         if (format_ == Format::nothing) return;
         entry_ += text;
         if (part == Part::inner) return;
-        if (format_ == Format::plain) entry_ = plainLine(entry_);
-        entry_ += '\n';
-        std::fwrite(entry_.data(), 1, entry_.size(), stdout);
+        lines_ += format_ == Format::plain ? plainLine(entry_) : entry_;
+        lines_ += '\n';
         entry_.clear();
+        if (lines_.size() >= queuePieceSize) writeLines();
     }
 
     bool finish() override {
-        if (std::fflush(stdout) != 0 || std::ferror(stdout)) return false;
+        writeLines();
+        int flushed;
+        do {
+            flushed = error_ ? -1 : fsync(STDOUT_FILENO);
+        } while (flushed != 0 && !error_ && errno == EINTR);
         // A pipe and a terminal have nothing to flush.
-        return fsync(STDOUT_FILENO) == 0 || errno == EINVAL || errno == EROFS || errno == ENOTSUP;
+        if (flushed != 0 && !error_ && errno != EINVAL && errno != ENOTSUP) error_ = errno;
+        return error_ == 0;
     }
+    int error() const { return error_; }
 
 private:
+    void writeLines() {
+        for (std::string_view rest = lines_; !rest.empty() && !error_;) {
+            ssize_t count = write(STDOUT_FILENO, rest.data(), rest.size());
+            if (count >= 0)
+                rest.remove_prefix(static_cast<std::size_t>(count));
+            else if (errno != EINTR)
+                error_ = errno;
+        }
+        lines_.clear();
+    }
+
     const Format format_;
+    std::string lines_;
+    int error_ = 0;
     std::string entry_;
 };
 
@@ -72,7 +91,11 @@ int list(const std::string& path, Format format) {
     // Checked before anything is printed.
     if (!file || !readQueue(*file, nothing)) return noQueue(path);
     Printer printer(format);
-    if (file->restart() && readQueue(*file, printer)) return 0;
+    bool isRead = file->restart() && readQueue(*file, printer);
+    printer.finish();
+    if (printer.error())
+        return failed(std::string("standard output cannot be written: ") + std::strerror(printer.error()));
+    if (isRead) return 0;
     return failed(inQuotes(path) + " was changed while it was read; try again.");
 }
 
@@ -91,7 +114,9 @@ int take(const std::string& path) {
         case PinQueue::Taken::noQueue:
             return noQueue(path);
         case PinQueue::Taken::notWritten:
-            return failed(std::string("standard output cannot be written, nothing was taken: ") + std::strerror(errno));
+            if (!printer.error()) return failed(inQuotes(path) + " could not be read to its end, nothing was taken.");
+            return failed(std::string("standard output cannot be written, nothing was taken: ") +
+                          std::strerror(printer.error()));
         case PinQueue::Taken::notRemoved:
             break;
     }

@@ -82,7 +82,7 @@ public:
     // With its parents; what is created gets the mode, what exists keeps its own.
     virtual bool createFolder(const std::string& path, unsigned mode) = 0;
     // An advisory lock between processes on one file of a folder. Null where there is none to be had, or where its
-    // holder has made no progress (replaced the file) for minutes.
+    // holder has kept it for minutes.
     virtual std::unique_ptr<FolderLock> lock(const std::string& path) = 0;
 };
 

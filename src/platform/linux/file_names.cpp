@@ -31,6 +31,15 @@ std::string keptName(const std::string& path, int number) {
     return path + ".kept" + (number == 1 ? "" : "-" + std::to_string(number));
 }
 
+// A signal may interrupt it on a file system of the network.
+bool renameAs(const std::string& from, const std::string& to, unsigned how) {
+    int renamed;
+    do {
+        renamed = ::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), how);
+    } while (renamed != 0 && errno == EINTR);
+    return renamed == 0;
+}
+
 bool isUnknownToFileSystem(int error) {
     return error == EINVAL || error == ENOSYS || error == ENOTTY;
 }
@@ -83,7 +92,7 @@ void removeLeftovers(const std::string& path, int folder) {
 }
 
 bool renameToFree(const std::string& from, const std::string& to) {
-    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return true;
+    if (renameAs(from, to, RENAME_NOREPLACE)) return true;
     if (!isUnknownToFileSystem(errno)) return false;
     if (::link(from.c_str(), to.c_str()) == 0) return ::unlink(from.c_str()) == 0;
     if (errno == EEXIST || errno == ENOENT) return false;
@@ -94,7 +103,7 @@ bool renameToFree(const std::string& from, const std::string& to) {
 }
 
 bool exchangeNames(const std::string& from, const std::string& to) {
-    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_EXCHANGE) == 0) return true;
+    if (renameAs(from, to, RENAME_EXCHANGE)) return true;
     if (!isUnknownToFileSystem(errno)) return false;
     const std::string old = from.substr(0, from.size() - oldSuffix.size()).append(oldSuffix);
     // Without links, the name is free for a moment.

@@ -23,30 +23,20 @@ private:
     FileDescriptor folder_;
 };
 
-// The kernel drops a lock with its holder, so whoever has it lives. Null once waiting has lasted too long, or with
-// errno other than EWOULDBLOCK where there is none to be had.
-bool waitForLock(int folder, const std::string& path, std::chrono::milliseconds patience, const Notice& notice) {
+// The kernel drops a lock with its holder, so whoever has it lives. False, with errno, where waiting has lasted too
+// long (EWOULDBLOCK) or there is no lock to be had.
+bool waitForLock(int folder, const std::string& name, std::chrono::milliseconds patience, const Notice& notice) {
     using namespace std::chrono_literals;
     using Clock = std::chrono::steady_clock;
     constexpr std::chrono::milliseconds pause = 5ms, silence = 3s;
-    // Others' progress does not hold this one up for ever.
-    constexpr int mostPatiences = 10;
 
     const auto start = Clock::now();
-    auto lastProgress = start;
     bool told = false;
-    FileState state = stateOf(path);
     while (::flock(folder, LOCK_EX | LOCK_NB) != 0) {
-        if (errno != EWOULDBLOCK && errno != EINTR) return false;
-        auto now = Clock::now();
-        FileState present = stateOf(path);
-        if (present != state) lastProgress = now;
-        state = present;
-        errno = EWOULDBLOCK;
-        if (now - lastProgress > patience || now - start > mostPatiences * patience) return false;
-        if (now - start > silence && !std::exchange(told, true) && notice)
-            notice(NoticeKind::waiting,
-                   "Waiting for another program, which is writing in " + inQuotes(folderOf(path)) + ".");
+        if (errno == EINTR) continue;
+        if (errno != EWOULDBLOCK || Clock::now() - start > patience) return false;
+        if (Clock::now() - start > silence && !std::exchange(told, true) && notice)
+            notice(NoticeKind::waiting, "Waiting for another program, which is writing in " + inQuotes(name) + ".");
         std::this_thread::sleep_for(pause);
     }
     return true;
@@ -97,7 +87,7 @@ bool PosixFiles::createFolder(const std::string& path, unsigned mode) {
 std::unique_ptr<FolderLock> PosixFiles::lock(const std::string& path) {
     const std::string name = folderOf(path);
     FileDescriptor folder = openFolder(name);
-    if (folder && waitForLock(folder.number(), path, patience_, notice_)) {
+    if (folder && waitForLock(folder.number(), name, patience_, notice_)) {
         removeLeftovers(name, folder.number());
         return std::make_unique<PosixFolderLock>(std::move(folder));
     }

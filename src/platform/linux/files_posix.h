@@ -13,8 +13,8 @@ namespace tobrel {
 // leave no file behind; taking one also removes what processes that were killed have left there.
 class PosixFiles : public Files {
 public:
-    // Is told what could not be written, and when a lock keeps the command waiting. A lock is waited for that long
-    // while its holder makes no progress.
+    // Is told what could not be written, and when a lock keeps the command waiting. A lock is waited for that
+    // long.
     explicit PosixFiles(Notice notice = {}, std::chrono::milliseconds patience = std::chrono::minutes(2));
     std::unique_ptr<FileReader> open(const std::string& path) override;
     FileTrust trust(const std::string& path) override { return trustOf(path); }

@@ -22,8 +22,8 @@ constexpr auto longestWait = std::chrono::seconds(5);
 
 constexpr std::int64_t applicationNumber = 0x546F6272;
 constexpr std::int64_t schemaVersion = 1;
+// The log comes last: what would stay in it if it could not be moved into the database would not go along with that.
 constexpr const char* schema = R"(
-PRAGMA journal_mode = WAL;
 BEGIN;
 CREATE TABLE domain(
     number INTEGER PRIMARY KEY,
@@ -41,6 +41,7 @@ CREATE UNIQUE INDEX item_path ON item(domain, path);
 PRAGMA application_id = 1416585842;
 PRAGMA user_version = 1;
 COMMIT;
+PRAGMA journal_mode = WAL;
 )";
 
 Failure noDomain(std::string_view identifier) {
@@ -109,6 +110,7 @@ void prepareForManyChanges(SqliteDatabase& database) {
 void removeLogsOf(const std::string& file) {
     unlink((file + "-wal").c_str());
     unlink((file + "-shm").c_str());
+    unlink((file + "-journal").c_str());
 }
 
 }  // namespace
@@ -182,6 +184,7 @@ void FileProviderRegistry::create() const {
         database.execute(schema);
     } catch (SqliteFault) {
         unlink(fresh.c_str());
+        removeLogsOf(fresh);
         throw;
     }
     // What a registry that was taken away has left behind must not be read into this one.
