@@ -1,7 +1,5 @@
 #include "dispatch/action_id.h"
-#include "state/paths.h"
 #include "support/controller_test.h"
-#include "text/path.h"
 
 namespace tobrel::testing {
 
@@ -40,7 +38,7 @@ TEST_F(DispatchTest, PinCommandsRecordTheSelectionAndCompleteBeforeTheyReturn) {
         EXPECT_EQ(made->label->stringValue(), c.shown);
         EXPECT_TRUE(made->done->isHidden());
         EXPECT_TRUE(made->autoDismiss);
-        EXPECT_EQ(fresh.files.content(Paths::in("pinned_pending.json")), c.queue);
+        EXPECT_EQ(readFile(fresh.file("pinned_pending.json")), c.queue);
         EXPECT_FALSE(fresh.mainQueue.runOne());
     }
 }

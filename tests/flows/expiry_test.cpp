@@ -18,10 +18,11 @@ TEST(Expiry, TakesOnlyAWholeNumberFromOneTo3650AsDays) {
 }
 
 TEST(Expiry, TakesOnlyAnInstantOfTheCalendarAsADate) {
-    FakeText text;
+    FakePlatform world;
+    TextServices& text = world.text;
     EXPECT_EQ(parseExpiry("1969-12-31 23:59:59"), -1);
     EXPECT_EQ(parseExpiry("2024-02-29 12:00:00"), 1709208000);
-    EXPECT_EQ(expirySentence("2030-01-15 12:00:00", text), "Expires date 21929.");
+    EXPECT_EQ(expirySentence("2030-01-15 12:00:00", text), "Expires Jan 15, 2030.");
     for (const char* other :
          {"2030-01-15T12:00:00Z", "2030-01-15 12:00:00 ", "2030-1-15 12:00:00", "0000-01-01 00:00:00",
           "2023-02-29 00:00:00", "2030-13-01 00:00:00", "2030-01-15 24:00:00", "2030-01-15 12:60:00",

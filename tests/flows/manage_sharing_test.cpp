@@ -46,16 +46,17 @@ protected:
 
 TEST_F(ManageTest, RequestsTheListAgainOnceAGrantIsRevoked) {
     EXPECT_EQ(begin(R"({"given":[{"id":"g","email":"bob@x","role":"write"}],"received":{"owner_email":"ann@x"}})"),
-              R"(view (0, 0, 460, 182)
-  vertical alignment 5 spacing 10 (20, 48, 420, 122)
-    label “Sharing for “Reports”” bold 13
-    horizontal alignment 10 spacing 12
-      label “bob@x  ·  can edit”
-      button “Stop sharing” bezel 1 identifier “g” revokeTapped:
-    horizontal alignment 10 spacing 12
-      label “Inside “”, shared with you by ann@x  ·  view only”
-      button “Leave” bezel 1 tag 1 identifier “” revokeTapped:
-  button “Done” bezel 1 closeSheet: (356, 10, 84, 28)
+              R"({"event":"sheet","size":[460,182]}
+{"kind":"view","frame":[0,0,460,182],"hidden":false}
+  {"kind":"stack","frame":[20,48,420,122],"hidden":false,"orientation":"vertical","spacing":10,"alignment":"leading"}
+    {"kind":"label","hidden":false,"text":"Sharing for “Reports”","align":"natural","font":{"size":13,"bold":true},"color":"label","lineBreak":"clipping","maxLines":1,"selectable":false}
+    {"kind":"stack","hidden":false,"orientation":"horizontal","spacing":12,"alignment":"centerY"}
+      {"kind":"label","hidden":false,"text":"bob@x  ·  can edit","align":"natural","font":{"size":13,"bold":false},"color":"label","lineBreak":"clipping","maxLines":1,"selectable":false}
+      {"kind":"button","hidden":false,"title":"Stop sharing","enabled":true,"action":"revokeTapped:","bezel":1,"key":"","tag":0,"identifier":"g"}
+    {"kind":"stack","hidden":false,"orientation":"horizontal","spacing":12,"alignment":"centerY"}
+      {"kind":"label","hidden":false,"text":"Inside “”, shared with you by ann@x  ·  view only","align":"natural","font":{"size":13,"bold":false},"color":"label","lineBreak":"clipping","maxLines":1,"selectable":false}
+      {"kind":"button","hidden":false,"title":"Leave","enabled":true,"action":"revokeTapped:","bezel":1,"key":"","tag":1,"identifier":""}
+  {"kind":"button","frame":[356,10,84,28],"hidden":false,"title":"Done","enabled":true,"action":"closeSheet:","bezel":1,"key":"","tag":0}
 )");
     click("Leave");
     EXPECT_TRUE(button("Leave").isEnabled()) << "without a grant to give up";
@@ -67,7 +68,7 @@ TEST_F(ManageTest, RequestsTheListAgainOnceAGrantIsRevoked) {
     world.mainQueue.run();
     EXPECT_EQ(world.urlSession.lines().back(), "GET https://tobrel.example/tobrel/api/grants?folder_id=f");
     world.urlSession.answerLast(answered(200, R"({"role":"owner"})"));
-    EXPECT_NE(sheet().find("yet.” secondaryLabel\n"), std::string::npos);
+    EXPECT_NE(sheet().find("Not shared with anyone yet."), std::string::npos);
 }
 
 TEST_F(ManageTest, SaysHowLeavingWentAndWhatWentWrong) {

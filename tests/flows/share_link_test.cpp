@@ -36,20 +36,21 @@ protected:
 };
 
 TEST_F(ShareLinkTest, OffersTheFirstLiveLinkForCopying) {
-    EXPECT_EQ(begin(R"([{"id":1},{"url":"https://t/1"},{"url":"https://t/2"}])"), R"(view (0, 0, 460, 236)
-  vertical alignment 5 spacing 10 (20, 48, 420, 176)
-    label “Share link for “a.txt”” bold 13 truncatingMiddle
-    label “This already has a live link. This link does not expire.” 12
-    label “https://t/1” link truncatingMiddle selectable width 420
-    label “Or make a new link:” 11 secondaryLabel
-    horizontal alignment 10 spacing 6
-      checkbox “Link expires after” on expiryToggled:
-      field “30” right width 52
-      label “days”
-    label “After that the link stops working. The files stay in your Tobrel, and you can make a new link any time.” 11 secondaryLabel wordWrapping lines 0 width 420
-  button “Cancel” bezel 1 closeSheet: (356, 10, 84, 28)
-  button “Copy Link” return bezel 1 copyExisting: (252, 10, 96, 28)
-  button “New Link” bezel 1 submitLink: (148, 10, 96, 28)
+    EXPECT_EQ(begin(R"([{"id":1},{"url":"https://t/1"},{"url":"https://t/2"}])"), R"({"event":"sheet","size":[460,236]}
+{"kind":"view","frame":[0,0,460,236],"hidden":false}
+  {"kind":"stack","frame":[20,48,420,176],"hidden":false,"orientation":"vertical","spacing":10,"alignment":"leading"}
+    {"kind":"label","hidden":false,"text":"Share link for “a.txt”","align":"natural","font":{"size":13,"bold":true},"color":"label","lineBreak":"truncatingMiddle","maxLines":1,"selectable":false}
+    {"kind":"label","hidden":false,"text":"This already has a live link. This link does not expire.","align":"natural","font":{"size":12,"bold":false},"color":"label","lineBreak":"clipping","maxLines":1,"selectable":false}
+    {"kind":"label","hidden":false,"width":420,"text":"https://t/1","align":"natural","font":{"size":13,"bold":false},"color":"link","lineBreak":"truncatingMiddle","maxLines":1,"selectable":true}
+    {"kind":"label","hidden":false,"text":"Or make a new link:","align":"natural","font":{"size":11,"bold":false},"color":"secondaryLabel","lineBreak":"clipping","maxLines":1,"selectable":false}
+    {"kind":"stack","hidden":false,"orientation":"horizontal","spacing":6,"alignment":"centerY"}
+      {"kind":"checkbox","hidden":false,"title":"Link expires after","enabled":true,"action":"expiryToggled:","on":true}
+      {"kind":"field","hidden":false,"width":52,"text":"30","align":"right","placeholder":"","enabled":true}
+      {"kind":"label","hidden":false,"text":"days","align":"natural","font":{"size":13,"bold":false},"color":"label","lineBreak":"clipping","maxLines":1,"selectable":false}
+    {"kind":"label","hidden":false,"width":420,"text":"After that the link stops working. The files stay in your Tobrel, and you can make a new link any time.","align":"natural","font":{"size":11,"bold":false},"color":"secondaryLabel","lineBreak":"wordWrapping","maxLines":0,"selectable":false}
+  {"kind":"button","frame":[356,10,84,28],"hidden":false,"title":"Cancel","enabled":true,"action":"closeSheet:","bezel":1,"key":"","tag":0}
+  {"kind":"button","frame":[252,10,96,28],"hidden":false,"title":"Copy Link","enabled":true,"action":"copyExisting:","bezel":1,"key":"\r","tag":0}
+  {"kind":"button","frame":[148,10,96,28],"hidden":false,"title":"New Link","enabled":true,"action":"submitLink:","bezel":1,"key":"","tag":0}
 )");
     click("Copy Link");
     EXPECT_EQ(world.pasteboard.text, "https://t/1");
@@ -59,8 +60,8 @@ TEST_F(ShareLinkTest, OffersTheFirstLiveLinkForCopying) {
 
 TEST_F(ShareLinkTest, CopiesTheNewLinkBeforeItSaysSo) {
     std::string form = begin();
-    for (const char* part : {"view (0, 0, 460, 166)", "field “30” right width 52 focused",
-                             "“Create Link” return bezel 1 submitLink: (252, 10, 96, 28)"})
+    for (const char* part : {R"("size":[460,166])", R"("width":52,"focused":true,"text":"30")",
+                             R"([252,10,96,28],"hidden":false,"title":"Create Link")", R"("key":"\r")"})
         EXPECT_NE(form.find(part), form.npos) << form;
     controller->expiresDays->setStringValue(" +7");
     click("Create Link");
@@ -72,7 +73,7 @@ TEST_F(ShareLinkTest, CopiesTheNewLinkBeforeItSaysSo) {
     world.mainQueue.runOne();
     EXPECT_EQ(world.pasteboard.text, "https://t/n");
     EXPECT_EQ(controller->label->stringValue(), "Creating share link…");
-    EXPECT_EQ(sheet(), "Link copied to the clipboard:\nhttps://t/n\nExpires date 21929.");
+    EXPECT_EQ(sheet(), "Link copied to the clipboard:\nhttps://t/n\nExpires Jan 15, 2030.");
 }
 
 TEST_F(ShareLinkTest, TakesDaysOnlyWhereTheLinkIsToExpireAndNoAddressThatDrivesADisplay) {

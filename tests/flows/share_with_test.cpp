@@ -8,14 +8,15 @@ TEST_F(ControllerTest, ShareWithAsksForAnAddressAndAnAccessLevel) {
         world.urlSession.answerLast(answered(200, R"({"path":"Docs","is_folder":true})"));
         return sheet();
     };
-    const std::string form = R"(view (0, 0, 460, 190)
-  vertical alignment 7 spacing 8 (20, 48, 420, 130)
-    label “Share “Docs” with a Tobrel user” bold 13
-    label “They need a Tobrel account already. Files stay in your storage.” 11 secondaryLabel
-    field “” placeholder “their Tobrel email” focused
-    popup “Can view and download” “Can view, add, edit and delete” selected 0
-  button “Cancel” bezel 1 closeSheet: (356, 10, 84, 28)
-  button “Share” return bezel 1 submitShare: (252, 10, 96, 28)
+    const std::string form = R"({"event":"sheet","size":[460,190]}
+{"kind":"view","frame":[0,0,460,190],"hidden":false}
+  {"kind":"stack","frame":[20,48,420,130],"hidden":false,"orientation":"vertical","spacing":8,"alignment":"width"}
+    {"kind":"label","hidden":false,"text":"Share “Docs” with a Tobrel user","align":"natural","font":{"size":13,"bold":true},"color":"label","lineBreak":"clipping","maxLines":1,"selectable":false}
+    {"kind":"label","hidden":false,"text":"They need a Tobrel account already. Files stay in your storage.","align":"natural","font":{"size":11,"bold":false},"color":"secondaryLabel","lineBreak":"clipping","maxLines":1,"selectable":false}
+    {"kind":"field","hidden":false,"focused":true,"text":"","align":"natural","placeholder":"their Tobrel email","enabled":true}
+    {"kind":"popup","hidden":false,"items":["Can view and download","Can view, add, edit and delete"],"selected":0,"enabled":true}
+  {"kind":"button","frame":[356,10,84,28],"hidden":false,"title":"Cancel","enabled":true,"action":"closeSheet:","bezel":1,"key":"","tag":0}
+  {"kind":"button","frame":[252,10,96,28],"hidden":false,"title":"Share","enabled":true,"action":"submitShare:","bezel":1,"key":"\r","tag":0}
 )";
     EXPECT_EQ(begin(), form);
     button("Share").becomeFirstResponder();

@@ -2,16 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include "support/fake_platform.h"
+#include "support/local_platform.h"
 
 namespace tobrel {
 
 TEST(PlatformDeathTest, APartThatIsNotInstalledIsNamedAndEndsTheProcess) {
-    testing::FakeUserDatabase users;
-    testing::FakeFiles files;
     EXPECT_DEATH(platform::current(), "platform::current\\(\\) is used, but has not been installed");
-    platform::Installation installation({users, files});
-    EXPECT_EQ(&platform::current().users, &users);
+    testing::LocalPlatform local("/home/ann");
+    EXPECT_EQ(platform::current().users.homeDirectory(), "/home/ann");
     EXPECT_DEATH(platform::request(), "platform::request");
     EXPECT_DEATH(platform::online(), "platform::online");
     EXPECT_DEATH(platform::desktop(), "platform::desktop");

@@ -8,8 +8,6 @@
 
 #include "state/keychain_store.h"
 #include "support/fake_platform.h"
-#include "support/local_platform.h"
-#include "support/temporary_folder.h"
 
 namespace tobrel::testing {
 
@@ -39,29 +37,27 @@ TEST(Config, the_server_is_taken_as_stored_but_for_trailing_slashes) {
     FakePlatform platform;
     EXPECT_EQ(Config::server(), "");
     for (const auto& [file, server] : cases) {
-        platform.files.put("/home/ann/.tobrel/config.json", file);
+        platform.write("config.json", file);
         EXPECT_EQ(Config::server(), server) << file;
     }
 }
 
 TEST(Config, the_keychains_key_goes_before_the_files) {
     FakePlatform platform;
-    auto write = [&](const std::string& file) { platform.files.put("/home/ann/.tobrel/config.json", file); };
     EXPECT_EQ(Config::apiKey(), "");
-    write(R"({"api_key":" from file\n"})");
+    platform.write("config.json", R"({"api_key":" from file\n"})");
     EXPECT_EQ(Config::apiKey(), " from file\n");
     KeychainStore::saveKey("from keychain", "ann");
     EXPECT_EQ(Config::apiKey(), "from keychain");
     platform.keychain.failure = errSecNotAvailable;
     EXPECT_EQ(Config::apiKey(), " from file\n");
-    write(R"({"api_key":["x"]})");
+    platform.write("config.json", R"({"api_key":["x"]})");
     EXPECT_EQ(Config::apiKey(), "");
 }
 
 TEST(Config, whatever_lies_in_the_files_place_costs_little_and_counts_as_empty) {
-    TemporaryFolder home;
-    LocalPlatform platform(home.path());
-    const std::string file = home.file(".tobrel/config.json");
+    FakePlatform platform;
+    const std::string file = platform.file("config.json");
     std::filesystem::create_directories(file);
     EXPECT_EQ(Config::server(), "");
     std::filesystem::remove(file);

@@ -2,10 +2,16 @@
 
 #include <gtest/gtest.h>
 
-#include "support/fake_platform.h"
+#include "support/local_platform.h"
 
 namespace tobrel {
 namespace {
+
+struct Users : UserDatabase {
+    std::optional<std::string> home;
+    std::optional<std::string> homeDirectory() override { return home; }
+    std::string NSHomeDirectory() override { return "/elsewhere"; }
+};
 
 TEST(Paths, NamesFilesOfThePrivateFolder) {
     const std::pair<std::optional<std::string>, std::string> cases[] = {{"/Users/ann", "/Users/ann/.tobrel/x"},
@@ -13,10 +19,11 @@ TEST(Paths, NamesFilesOfThePrivateFolder) {
                                                                         {"/", "/.tobrel/x"},
                                                                         {"", ".tobrel/x"},
                                                                         {std::nullopt, "/elsewhere/.tobrel/x"}};
-    testing::FakePlatform platform;
-    platform.users.platformHome = "/elsewhere";
+    Users users;
+    PosixFiles files;
+    const platform::Installation installed({users, files});
     for (const auto& [home, path] : cases) {
-        platform.users.home = home;
+        users.home = home;
         EXPECT_EQ(Paths::in("x"), path);
     }
 }

@@ -24,20 +24,17 @@ public:
     }
 };
 
-// The visible view's tree, one view a line, indented by depth, with everything about it that differs from its kind's
-// plainest form: "label “Hello” bold 13 truncatingMiddle".
-std::string sheetText(const NSView& view);
-
 // One controller with its view loaded, in a fake and configured world.
 class ControllerTest : public ::testing::Test {
 protected:
     ControllerTest();
 
-    // Runs the main queue dry and tells what the sheet shows: the label's text in the label layout, else sheetText.
+    // Runs the main queue dry and tells what the sheet shows: the label's text in the label layout, else the JSON of
+    // the size and of each view, a line each, indented by depth.
     std::string sheet();
     // The visible, enabled button of that title; fails the test where there is none.
     NSButton& button(const std::string& title);
-    void click(const std::string& title);
+    void click(const std::string& title) { button(title).performClick(); }
 
     FakePlatform world;
     std::shared_ptr<FakeExtensionContext> context = std::make_shared<FakeExtensionContext>();

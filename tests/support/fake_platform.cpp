@@ -194,102 +194,6 @@ void FakeFileProvider::hold(const std::string& question, std::function<void()> a
 
 namespace {
 
-class MemoryReader : public FileReader {
-public:
-    explicit MemoryReader(std::string content) : content_(std::move(content)) {}
-    std::optional<std::size_t> read(std::span<char> buffer) override {
-        std::size_t count = content_.copy(buffer.data(), buffer.size(), position_);
-        position_ += count;
-        return count;
-    }
-    bool restart() override {
-        position_ = 0;
-        return true;
-    }
-
-private:
-    const std::string content_;
-    std::size_t position_ = 0;
-};
-
-class MemoryReplacement : public FileReplacement {
-public:
-    explicit MemoryReplacement(std::function<void(std::string)> put) : put_(std::move(put)) {}
-    bool write(std::string_view bytes) override {
-        content_ += bytes;
-        return true;
-    }
-    bool restart() override {
-        content_.clear();
-        return true;
-    }
-    bool commit() override {
-        put_(std::move(content_));
-        return true;
-    }
-    // Nobody else writes here.
-    Exchange exchange(const FileState&) override {
-        commit();
-        return Exchange::done;
-    }
-    std::unique_ptr<FileReader> displaced() override { return nullptr; }
-    void keepDisplaced() override {}
-
-private:
-    const std::function<void(std::string)> put_;
-    std::string content_;
-};
-
-}  // namespace
-
-void FakeFiles::put(const std::string& path, std::string content) {
-    std::lock_guard lock(mutex_);
-    files_[path] = std::move(content);
-}
-
-std::optional<std::string> FakeFiles::content(const std::string& path) const {
-    std::lock_guard lock(mutex_);
-    auto found = files_.find(path);
-    return found == files_.end() ? std::nullopt : std::optional(found->second);
-}
-
-std::map<std::string, unsigned> FakeFiles::createdFolders() const {
-    std::lock_guard lock(mutex_);
-    return folders_;
-}
-
-std::unique_ptr<FileReader> FakeFiles::open(const std::string& path) {
-    auto found = content(path);
-    ++opened;
-    if (!found) return nullptr;
-    return std::make_unique<MemoryReader>(std::move(*found));
-}
-
-std::unique_ptr<FileReplacement> FakeFiles::replace(const std::string& path) {
-    if (readOnlyFolders.contains(path.substr(0, path.rfind('/')))) return nullptr;
-    return std::make_unique<MemoryReplacement>([this, path](std::string content) { put(path, std::move(content)); });
-}
-
-FileState FakeFiles::state(const std::string& path) {
-    return {{content(path).has_value()}};
-}
-
-bool FakeFiles::setAside(const std::string&, const FileState&) {
-    return true;
-}
-
-bool FakeFiles::createFolder(const std::string& path, unsigned mode) {
-    std::lock_guard lock(mutex_);
-    folders_.emplace(path, mode);
-    return true;
-}
-
-std::unique_ptr<FolderLock> FakeFiles::lock(const std::string&) {
-    return std::make_unique<FolderLock>();
-}
-
-namespace {
-
 // Whether the item has every attribute that the query names, apart from those that say how to answer.
 bool matches(const SecAttributes& item, const SecAttributes& query) {
     static const std::set<std::string> instructions = {kSecReturnData, kSecMatchLimit, kSecUseDataProtectionKeychain};
@@ -352,53 +256,17 @@ void RecordingLog::clear() {
     lines_.clear();
 }
 
-std::vector<std::string_view> FakeText::characters(std::string_view text) {
-    std::vector<std::string_view> characters;
-    std::size_t start = 0;
-    for (std::size_t at = 1; at <= text.size(); ++at) {
-        auto byte = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
-        bool continues = at < text.size() && (byte(at) & 0xC0) == 0x80;
-        bool accent = at + 1 < text.size() && (byte(at) == 0xCC || (byte(at) == 0xCD && byte(at + 1) < 0xB0));
-        if (continues || accent) continue;
-        characters.push_back(text.substr(start, at - start));
-        start = at;
-    }
-    return characters;
-}
-
-namespace {
-
-std::string_view trimmed(std::string_view text, const char* set) {
-    std::size_t start = text.find_first_not_of(set);
-    if (start == text.npos) return {};
-    return text.substr(start, text.find_last_not_of(set) - start + 1);
-}
-
-}  // namespace
-
-std::string_view FakeText::trimmingWhitespace(std::string_view text) {
-    return trimmed(text, " \t");
-}
-
-std::string_view FakeText::trimmingWhitespaceAndNewlines(std::string_view text) {
-    return trimmed(text, " \t\r\n\v\f");
-}
-
-std::string FakeText::mediumDate(std::int64_t instant) {
-    return "date " + std::to_string(instant / 86400);
-}
-
 void FakePasteboard::setString(const std::string& string, const std::string& type) {
     if (type == NSPasteboardTypeString) text.value() += string;
 }
 
-bool FakeWorkspace::openURL(const std::string& url) {
-    opened.push_back(url);
-    return hasBrowser;
+void FakePlatform::write(const std::string& name, const std::string& content) {
+    std::filesystem::create_directories(file(""));
+    writeFile(file(name), content);
 }
 
 void FakePlatform::configure(const std::string& server, const std::string& apiKey) {
-    files.put(*users.home + "/.tobrel/config.json", R"({"server":")" + server + R"(","api_key":")" + apiKey + "\"}");
+    write("config.json", R"({"server":")" + server + R"(","api_key":")" + apiKey + "\"}");
 }
 
 }  // namespace tobrel::testing

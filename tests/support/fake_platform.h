@@ -13,14 +13,16 @@
 #include "platform/batch_queue.h"
 #include "platform/desktop.h"
 #include "platform/file_provider.h"
-#include "platform/files.h"
 #include "platform/http.h"
 #include "platform/keychain.h"
+#include "platform/linux/files_posix.h"
+#include "platform/linux/user_database_posix.h"
+#include "platform/linux_online/text_icu.h"
 #include "platform/log.h"
 #include "platform/main_queue.h"
 #include "platform/platform.h"
-#include "platform/text.h"
-#include "platform/user_database.h"
+#include "support/environment.h"
+#include "support/temporary_folder.h"
 
 // A small working world for the core. Each part records what was asked of it; nothing happens by itself: blocks run,
 // and answers come, when the test says so.
@@ -124,36 +126,13 @@ private:
     std::vector<Held> held_;
 };
 
-class FakeUserDatabase : public UserDatabase {
+class CountingFiles : public PosixFiles {
 public:
-    std::optional<std::string> home = "/home/ann";
-    std::string platformHome = "/home/ann";
-    std::optional<std::string> homeDirectory() override { return home; }
-    std::string NSHomeDirectory() override { return platformHome; }
-};
-
-class FakeFiles : public Files {
-public:
-    // What no file can be written below.
-    std::set<std::string> readOnlyFolders;
     std::atomic<int> opened = 0;
-
-    void put(const std::string& path, std::string content);
-    std::optional<std::string> content(const std::string& path) const;
-    std::map<std::string, unsigned> createdFolders() const;
-
-    std::unique_ptr<FileReader> open(const std::string& path) override;
-    FileTrust trust(const std::string&) override { return {}; }
-    std::unique_ptr<FileReplacement> replace(const std::string& path) override;
-    FileState state(const std::string& path) override;
-    bool setAside(const std::string& path, const FileState& found) override;
-    bool createFolder(const std::string& path, unsigned mode) override;
-    std::unique_ptr<FolderLock> lock(const std::string& path) override;
-
-private:
-    mutable std::mutex mutex_;
-    std::map<std::string, std::string> files_;
-    std::map<std::string, unsigned> folders_;
+    std::unique_ptr<FileReader> open(const std::string& path) override {
+        ++opened;
+        return PosixFiles::open(path);
+    }
 };
 
 class FakeKeychain : public Keychain {
@@ -186,16 +165,6 @@ private:
     std::vector<std::string> lines_;
 };
 
-// Text without a character database: a combining accent (U+0300 to U+036F) joins the character before it, white space
-// is ASCII, and a date reads "date 1234" with the instant's day since 1970.
-class FakeText : public TextServices {
-public:
-    std::vector<std::string_view> characters(std::string_view text) override;
-    std::string_view trimmingWhitespace(std::string_view text) override;
-    std::string_view trimmingWhitespaceAndNewlines(std::string_view text) override;
-    std::string mediumDate(std::int64_t instant) override;
-};
-
 class FakePasteboard : public NSPasteboard {
 public:
     // Nothing until it is first cleared.
@@ -206,9 +175,11 @@ public:
 
 class FakeWorkspace : public NSWorkspace {
 public:
-    bool hasBrowser = true;
     std::vector<std::string> opened;
-    bool openURL(const std::string& url) override;
+    bool openURL(const std::string& url) override {
+        opened.push_back(url);
+        return true;
+    }
 };
 
 class FakeSound : public NSSound {
@@ -217,30 +188,38 @@ public:
     void beep() override { ++beeps; }
 };
 
-// Installed as the platform for its life.
+// Installed as the platform for its life: real files, users and texts, all else fakes.
 class FakePlatform {
 public:
+    // In the private folder of a home folder of its own.
+    std::string file(const std::string& name) { return home_.file(".tobrel/" + name); }
+    void write(const std::string& name, const std::string& content);
     // Writes config.json.
     void configure(const std::string& server = "https://tobrel.example", const std::string& apiKey = "secret");
 
-    FakeUserDatabase users;
-    FakeFiles files;
+private:
+    const EnvironmentVariable locale_{"LC_ALL", "C"}, zone_{"TZ", "UTC"};
+    const TemporaryFolder home_;
+
+public:
+    PosixUserDatabase users{home_.path()};
+    CountingFiles files;
     RecordingLog log;
     ManualMainQueue mainQueue;
     FakeFileProvider fileProvider;
     FakeURLSession urlSession;
     FakeBatchQueue requestQueue;
     FakeKeychain keychain;
-    FakeText text;
+    IcuTextServices text;
     FakePasteboard pasteboard;
     FakeWorkspace workspace;
     FakeSound sound;
-    InfoDictionary infoDictionary;
 
 private:
+    const InfoDictionary infoDictionary_;
     const platform::Installation installation_{{users, files, &log},
                                                {{mainQueue, fileProvider}},
-                                               {{urlSession, requestQueue, keychain, text, infoDictionary}},
+                                               {{urlSession, requestQueue, keychain, text, infoDictionary_}},
                                                {{pasteboard, workspace, sound}}};
 };
 

@@ -5,6 +5,7 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <openssl/ssl.h>
+#include <strings.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -14,8 +15,8 @@
 #include <map>
 #include <mutex>
 #include <optional>
-#include <regex>
 #include <set>
+#include <sstream>
 #include <stdexcept>
 #include <thread>
 #include <utility>
@@ -299,11 +300,14 @@ std::string ScriptedServer::Request::target() const {
 }
 
 std::string ScriptedServer::Request::header(const std::string& name) const {
-    const std::string head = bytes.substr(0, bytes.find("\r\n\r\n") + 2);
-    const std::regex line("\r\n" + name + ": *([^\r]*)", std::regex::icase);
+    std::istringstream head(bytes.substr(0, bytes.find("\r\n\r\n") + 2));
     std::string values;
-    for (std::sregex_iterator found(head.begin(), head.end(), line), end; found != end; ++found)
-        values += (values.empty() ? "" : ", ") + found->str(1);
+    for (std::string line; std::getline(head, line);) {
+        std::size_t colon = line.find(':');
+        if (colon != name.size() || strncasecmp(line.c_str(), name.c_str(), colon) != 0) continue;
+        std::size_t begin = std::min(line.find_first_not_of(' ', colon + 1), line.size() - 1);
+        values += (values.empty() ? "" : ", ") + line.substr(begin, line.size() - 1 - begin);
+    }
     return values;
 }
 
