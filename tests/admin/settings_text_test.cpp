@@ -21,7 +21,7 @@ TEST(SettingsText, sets_the_member_and_leaves_every_other_byte_as_it_was) {
         {R"({"server":"old",})", std::nullopt},
         {R"({"server":"old"} x)", std::nullopt},
         {R"(["server"])", std::nullopt},
-        {"{\"a\":" + std::string(100000, '['), std::nullopt},
+        {"{\"a\":" + std::string(100000, '[') + std::string(100000, ']') + "}", std::nullopt},
     };
     for (const auto& [given, changed] : cases) EXPECT_EQ(withTextMember(given, "server", "new"), changed) << given;
     EXPECT_EQ(withTextMember("{}", "a\"b", "c\\\n"), R"({"a\"b":"c\\\n"})");

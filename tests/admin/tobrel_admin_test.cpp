@@ -8,6 +8,7 @@
 namespace tobrel {
 
 using testing::Installation;
+using testing::Program;
 using Lines = std::vector<std::string>;
 
 TEST(TobrelAdmin, says_what_is_wrong_with_a_command_line_in_one_line_with_the_nearest_word) {
@@ -50,6 +51,11 @@ TEST(TobrelAdmin, lists_domains_and_items_one_a_line_whatever_their_names_hold) 
     EXPECT_EQ(boost::json::parse(json),
               (boost::json::value{{"id", "work"}, {"root", root}, {"items", 2}, {"signals", 0}}));
     EXPECT_EQ(installation.admin({"domain", "list"}).lines(), (Lines{"work\t" + root + "\titems: 2\tsignals: 0"}));
+    for (int status : {0, 1}) EXPECT_EQ(installation.admin({"item", "remove", "--", "work", "-2"}).status, status);
+    EXPECT_EQ(installation.admin({"item", "list", "work"}).lines().size(), 1u);
+    Program::Setting fullDisk;
+    fullDisk.standardOutput = "/dev/full";
+    EXPECT_EQ(Program({"tobrel-admin", "--home", installation.home(), "domain", "list"}, fullDisk).wait().status, 1);
     EXPECT_EQ(installation.admin({"domain", "remove", "work"}).status, 0);
     EXPECT_EQ(installation.admin({"domain", "list"}).output, "");
     EXPECT_EQ(installation.admin({"item", "list", "work"}).status, 1);

@@ -20,6 +20,7 @@ const std::vector<End> ends = {
     {"end of input", [](Program& program) { program.endInput(); }},
     {"SIGTERM", [](Program& program) { program.kill(SIGTERM); }},
     {"SIGINT", [](Program& program) { program.kill(SIGINT); }},
+    {"SIGHUP", [](Program& program) { program.kill(SIGHUP); }},
 };
 
 }  // namespace
@@ -56,6 +57,19 @@ TEST(EndOfARequest, MayComeAtTheSameTimeAsTheAnswer) {
             Ended ended = finish(program);
             EXPECT_LE(ended.events("clipboard").size() + ended.events("open").size(), 1u);
         }
+}
+
+TEST(Request, OpensNothingInThePlaceOfItsStandardDescriptors) {
+    ScriptedTobrel tobrel;
+    tobrel.server.script("/", {stalls()});
+    Words words = tobrel.installation.action({"share", "--domain", "work", "id:file"});
+    words[0] = TOBREL_BIN_DIR "/" + words[0];
+    words.insert(words.begin(), {"sh", "-c", "exec \"$0\" \"$@\" <&- >&- 2>&-"});
+    Program program(words);
+    tobrel.server.waitForRequests(1);
+    for (const char* descriptor : {"0", "1", "2"})
+        EXPECT_EQ(std::filesystem::read_symlink("/proc/" + std::to_string(program.id()) + "/fd/" + descriptor),
+                  "/dev/null");
 }
 
 }  // namespace tobrel::testing

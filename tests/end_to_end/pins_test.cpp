@@ -103,14 +103,15 @@ TEST(PinCommand, WritesOneSheetAndItsEndAsJson) {
 
 TEST(PinCommand, IsRecordedWhateverBecomesOfItsOutput) {
     Installation installation;
-    for (const char* output : {"", "/dev/full"})
+    for (std::optional<std::string> output : {std::optional<std::string>(""), {"/dev/full"}, {}})
         for (const char* frontEnd : {"json", "terminal", "gtk"}) {
             Program::Setting setting;
             setting.standardOutput = output;
+            setting.readerHasGone = !output;
             Program program(installation.action({"keep", "--front-end", frontEnd, "id:a"}), setting);
             EXPECT_EQ(program.wait().status, 0);
         }
-    EXPECT_EQ(installation.pins().size(), 6u);
+    EXPECT_EQ(installation.pins().size(), 9u);
 }
 
 TEST(PinCommand, GoesOnWithoutTheRegistryButMapsNoPathThen) {

@@ -48,8 +48,8 @@ TEST(ServerFailure, IsShownAtEachStepAndNothingIsAskedAgain) {
 }
 
 TEST(ServerFailure, IsSaidWhereNothingIsSetUpOrNobodyListens) {
-    int port = ScriptedServer().port();
-    std::string host = "127.0.0.1:" + std::to_string(port);
+    SilentPort port;
+    std::string host = "127.0.0.1:" + std::to_string(port.number());
     for (const auto& step : steps) {
         SCOPED_TRACE(step.name);
         ScriptedTobrel tobrel;

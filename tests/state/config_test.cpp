@@ -72,8 +72,7 @@ TEST(Config, whatever_lies_in_the_files_place_costs_little_and_counts_as_empty) 
     EXPECT_EQ(Config::server(), "a");
     std::filesystem::resize_file(file, std::uintmax_t{1} << 40);
     EXPECT_EQ(Config::server(), "");
-    std::string nested(100000, '[');
-    writeFile(file, R"({"server":"a","x":)" + nested);
+    writeFile(file, R"({"server":"a","x":)" + std::string(100000, '[') + std::string(100000, ']') + "}");
     EXPECT_EQ(Config::server(), "");
 }
 

@@ -11,6 +11,7 @@
 #include <csignal>
 #include <sstream>
 #include <stdexcept>
+#include <utility>
 
 extern char** environ;
 
@@ -86,8 +87,19 @@ Program::Program(const std::vector<std::string>& given, const Setting& setting) 
     std::vector<std::string> environment;
     for (char** variable = environ; *variable; ++variable) environment.emplace_back(*variable);
     environment.insert(environment.end(), setting.environment.begin(), setting.environment.end());
-    int error = posix_spawnp(&process_, words[0].c_str(), &actions, nullptr, pointers(words).data(),
+    // Nothing of this process's own signals, nor of whoever started it in the background.
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
+    sigset_t signals;
+    sigemptyset(&signals);
+    posix_spawnattr_setsigmask(&attributes, &signals);
+    sigfillset(&signals);
+    posix_spawnattr_setsigdefault(&attributes, &signals);
+    if (setting.readerHasGone) close(std::exchange(output.reading, -1));
+    int error = posix_spawnp(&process_, words[0].c_str(), &actions, &attributes, pointers(words).data(),
                              pointers(environment).data());
+    posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     close(input.reading);
     close(output.writing);

@@ -31,6 +31,8 @@ public:
         // In place of pipes to the test: the path of a file, or "" for a closed descriptor.
         std::optional<std::string> standardInput;
         std::optional<std::string> standardOutput;
+        // Nobody reads the pipe of its standard output.
+        bool readerHasGone = false;
     };
 
     explicit Program(const std::vector<std::string>& words);

@@ -11,7 +11,7 @@
 
 #include <condition_variable>
 #include <csignal>
-#include <cstdlib>
+#include <iterator>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -19,7 +19,10 @@
 #include <sstream>
 #include <stdexcept>
 #include <thread>
+#include <tuple>
 #include <utility>
+
+#include "support/program.h"
 
 namespace tobrel::testing {
 namespace {
@@ -28,6 +31,17 @@ struct Free {
     void operator()(SSL_CTX* context) const { SSL_CTX_free(context); }
     void operator()(SSL* session) const { SSL_free(session); }
 };
+
+// And its port on the loopback interface.
+std::pair<int, int> boundSocket() {
+    int made = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{.sin_family = AF_INET, .sin_addr = {htonl(INADDR_LOOPBACK)}};
+    socklen_t length = sizeof address;
+    if (bind(made, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
+        getsockname(made, reinterpret_cast<sockaddr*>(&address), &length) != 0)
+        throw std::runtime_error("no loopback port");
+    return {made, ntohs(address.sin_port)};
+}
 
 // Takes one whole request from the front, where there is one. A TLS greeting in plain text counts as one.
 std::optional<std::string> takeRequest(std::string& received) {
@@ -186,6 +200,14 @@ struct ScriptedServer::State {
     }
 };
 
+SilentPort::SilentPort() {
+    std::tie(socket_, number_) = boundSocket();
+}
+
+SilentPort::~SilentPort() {
+    close(socket_);
+}
+
 ServerStep sends(std::string bytes) {
     return {ServerStep::Kind::send, std::move(bytes)};
 }
@@ -212,11 +234,13 @@ std::string answer(int status, const std::string& body, const std::string& heade
 
 ServerCertificate makeCertificate(const std::string& folder) {
     ServerCertificate made{folder + "/certificate.pem", folder + "/key.pem"};
-    std::string command =
+    std::string words =
         "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2 -subj /CN=localhost"
-        " -addext subjectAltName=DNS:localhost -keyout " +
-        made.keyFile + " -out " + made.certificateFile + " 2>/dev/null";
-    if (std::system(command.c_str()) != 0) throw std::runtime_error("openssl made no certificate");
+        " -addext subjectAltName=DNS:localhost -keyout";
+    std::istringstream stream(words);
+    std::vector<std::string> command{std::istream_iterator<std::string>(stream), {}};
+    command.insert(command.end(), {made.keyFile, "-out", made.certificateFile});
+    if (Ended ended = run(command); ended.status != 0) throw std::runtime_error("no certificate: " + ended.errors);
     return made;
 }
 
@@ -229,14 +253,8 @@ ScriptedServer::ScriptedServer(const ServerCertificate* certificate) : state_(st
             throw std::runtime_error("the certificate cannot be used");
         SSL_CTX_set_alpn_select_cb(context, &State::chooseProtocol, state_.get());
     }
-    state_->listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{.sin_family = AF_INET, .sin_addr = {htonl(INADDR_LOOPBACK)}};
-    socklen_t length = sizeof address;
-    if (bind(state_->listener, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
-        listen(state_->listener, 256) != 0 ||
-        getsockname(state_->listener, reinterpret_cast<sockaddr*>(&address), &length) != 0)
-        throw std::runtime_error("no loopback port");
-    state_->port = ntohs(address.sin_port);
+    std::tie(state_->listener, state_->port) = boundSocket();
+    if (listen(state_->listener, 256) != 0) throw std::runtime_error("nobody may listen");
     state_->acceptor = std::jthread([state = state_.get()] { state->acceptAll(); });
 }
 

@@ -36,6 +36,20 @@ struct ServerCertificate {
 // Self-made, valid for "localhost" and these days, in two files of the folder.
 ServerCertificate makeCertificate(const std::string& folder);
 
+// A loopback port at which nobody listens, and which nobody else is given meanwhile.
+class SilentPort {
+public:
+    SilentPort();
+    ~SilentPort();
+    SilentPort(const SilentPort&) = delete;
+    SilentPort& operator=(const SilentPort&) = delete;
+
+    int number() const { return number_; }
+
+private:
+    int socket_, number_;
+};
+
 // A server on a loopback port that does what a script says and records what it was sent.
 class ScriptedServer {
 public:

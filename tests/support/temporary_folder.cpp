@@ -1,6 +1,10 @@
 #include "support/temporary_folder.h"
 
-#include <cstdlib>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -8,9 +12,13 @@
 namespace tobrel::testing {
 
 TemporaryFolder::TemporaryFolder() {
-    std::string name = std::filesystem::temp_directory_path() / "tobrel-test.XXXXXX";
-    if (!mkdtemp(name.data())) throw std::runtime_error("no temporary folder: " + name);
-    path_ = name;
+    // Digits alone, so that no test finds its own secret in a path.
+    static std::atomic<int> made = 0;
+    const std::string start =
+        std::filesystem::temp_directory_path() / ("tobrel-test." + std::to_string(getpid()) + ".");
+    do path_ = start + std::to_string(++made);
+    while (mkdir(path_.c_str(), 0700) != 0 && errno == EEXIST);
+    if (!std::filesystem::is_directory(path_)) throw std::runtime_error("no temporary folder: " + path_.string());
 }
 
 TemporaryFolder::~TemporaryFolder() {

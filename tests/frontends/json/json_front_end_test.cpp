@@ -288,6 +288,16 @@ TEST_F(JsonFrontEndTest, WithoutAnInputItWaitsForTheResultBeforeItCloses) {
     EXPECT_EQ(label_->stringValue(), "Wait a moment…");
 }
 
+TEST_F(JsonFrontEndTest, AWaitThatHasEndedInTimeRefusesNothingLater) {
+    onAction_["submitLink:"] = [&] {
+        timer_ = loop_.startTimer(std::chrono::milliseconds(50), [&] { label_->setStringValue("late"); });
+    };
+    auto events = run({R"({"do":"wait","title":"Create Link","seconds":0.01})",
+                       R"({"do":"click","title":"Create Link"})", R"({"do":"wait","text":"late"})"});
+    EXPECT_EQ(label_->stringValue(), "late");
+    EXPECT_THAT(names(events), ElementsAre("sheet", "sheet", "completed"));
+}
+
 TEST_F(JsonFrontEndTest, ReadsNoFurtherAheadThanItNeedsToWhileItWaits) {
     std::string script = "{\"do\":\"wait\",\"text\":\"never\"}\n";
     while (script.size() < 1024 * 1024) script += "{\"do\":\"click\",\"title\":\"Create Link\"}\n";

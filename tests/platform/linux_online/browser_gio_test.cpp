@@ -27,13 +27,15 @@ protected:
         program("browser",
                 "out=$(readlink /proc/$$/fd/1); session=$(cut -d' ' -f6 /proc/$$/stat)\n"
                 "for word in \"$@\" $out $session; do echo \"$word\"; done >" +
-                    file("opened"));
+                    quoted("opened"));
         std::filesystem::create_directories(folder_.path() / "applications");
         writeFile(folder_.path() / "applications/mimeapps.list",
                   "[Default Applications]\nx-scheme-handler/https=test.desktop\n");
     }
 
     std::string file(const std::string& name) const { return folder_.file(name); }
+    // As a shell and a command line take it.
+    std::string quoted(const std::string& name) const { return "'" + file(name) + "'"; }
     void program(const std::string& name, const std::string& script) {
         writeFile(file(name), "#!/bin/sh\n" + script);
         std::filesystem::permissions(file(name), std::filesystem::perms::owner_all);
@@ -63,14 +65,14 @@ protected:
 
 TEST_F(GioBrowserTest, theBrowserOpensAfterThisProcessHasEnded) {
     const std::string url = "https://x.org/a;b&c#files/%20$(d)";
-    desktopEntry(file("browser") + " --new %i \"a b\" %U");
+    desktopEntry(quoted("browser") + " --new %i \"a b\" %U");
     struct {
         Environment environment;
         std::string given;
     } cases[] = {
         {{{"DISPLAY", ":99"}}, "--new\na b\n" + url + "\n"},
-        {{{"BROWSER", file("browser")}}, url + "\n"},
-        {{{"BROWSER", "/nowhere/lynx:" + file("browser") + " -u 'a %s'"}}, "-u\na " + url + "\n"},
+        {{{"BROWSER", quoted("browser")}}, url + "\n"},
+        {{{"BROWSER", "/nowhere/lynx:" + quoted("browser") + " -u 'a %s'"}}, "-u\na " + url + "\n"},
         {{{"BROWSER", "/nowhere/lynx"}, {"DISPLAY", ":99"}}, "--new\na b\n" + url + "\n"},
     };
     for (auto& [environment, given] : cases) {
@@ -86,24 +88,24 @@ TEST_F(GioBrowserTest, saysSoWhereNothingCanBeStarted) {
     EXPECT_FALSE(open("https://x.org/", display)) << "no entry";
     desktopEntry("/nowhere/browser %u");
     EXPECT_FALSE(open("https://x.org/", display)) << "no such program";
-    desktopEntry(file("browser") + " %u", "Terminal=true\n");
+    desktopEntry(quoted("browser") + " %u", "Terminal=true\n");
     EXPECT_FALSE(open("https://x.org/", display)) << "wants a terminal of its own";
-    desktopEntry(file("browser") + " %u");
+    desktopEntry(quoted("browser") + " %u");
     EXPECT_FALSE(open("https://x.org/", {})) << "no display";
     EXPECT_FALSE(open("https://x.org/", {{"BROWSER", ":/nowhere/lynx:'"}})) << "no usable BROWSER";
-    const Environment browser = {{"BROWSER", file("browser")}};
+    const Environment browser = {{"BROWSER", quoted("browser")}};
     for (const char* address : {"other://x.org/", "no address", "--new", "file:///etc/passwd"})
         EXPECT_FALSE(open(address, browser)) << address;
     program("failing", "exit 3");
-    EXPECT_FALSE(open("https://x.org/", {{"BROWSER", file("failing")}})) << "ends at once with a failure";
+    EXPECT_FALSE(open("https://x.org/", {{"BROWSER", quoted("failing")}})) << "ends at once with a failure";
     program("broken", "");
     writeFile(file("broken"), "no program at all\n");
-    EXPECT_FALSE(open("https://x.org/", {{"BROWSER", file("broken")}})) << "cannot be run";
+    EXPECT_FALSE(open("https://x.org/", {{"BROWSER", quoted("broken")}})) << "cannot be run";
 }
 
 TEST_F(GioBrowserTest, aBrowserThatStaysOpenIsNotWaitedFor) {
-    program("slow", "echo $$ >" + file("opened") + "; exec sleep 60");
-    EnvironmentVariable browser("BROWSER", file("slow"));
+    program("slow", "echo $$ >" + quoted("opened") + "; exec sleep 60");
+    EnvironmentVariable browser("BROWSER", quoted("slow"));
     auto start = std::chrono::steady_clock::now();
     EXPECT_TRUE(GioBrowser().openURL("https://x.org/"));
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));

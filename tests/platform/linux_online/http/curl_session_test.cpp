@@ -10,6 +10,7 @@
 
 #include "platform/linux_online/http/errors.h"
 #include "support/http2_server.h"
+#include "support/program.h"
 #include "support/scripted_server.h"
 #include "support/temporary_folder.h"
 
@@ -24,7 +25,7 @@ using ::testing::Not;
 std::string zerosInGzip(std::size_t size) {
     TemporaryFolder folder;
     std::string packed = folder.file("zeros.gz");
-    std::string command = "head -c " + std::to_string(size) + " /dev/zero | gzip > " + packed;
+    std::string command = "head -c " + std::to_string(size) + " /dev/zero | gzip > '" + packed + "'";
     EXPECT_EQ(std::system(command.c_str()), 0);
     return readFile(packed);
 }
@@ -99,7 +100,8 @@ TEST_F(CurlURLSessionTest, SendsTheRequestAsItStandsAndHandsBackStatusAndBody) {
 }
 
 TEST_F(CurlURLSessionTest, SendsNothingOfARequestThatCannotBeSent) {
-    const std::string closed = ScriptedServer().url();
+    const SilentPort silent;
+    const std::string closed = "http://127.0.0.1:" + std::to_string(silent.number());
     const std::pair<int, std::vector<URLRequest>> cases[] = {
         {-1000,
          {withHeader({.url = server_.url()}, "X-API-Key", "secret\r\nX-Other: 1"),
@@ -172,14 +174,18 @@ TEST_F(CurlURLSessionTest, AsksEachOfManyOnceAndTakesItsTimeWhileBytesComeOrConn
     std::promise<URLSessionAnswer> answers[many];
     CurlURLSession session;
     for (int index = 0; index < many; ++index)
-        session.dataTask({.url = server_.url("/item/").append(std::to_string(index)), .timeoutInterval = 0.4},
+        session.dataTask(withHeader({.url = server_.url("/").append(std::to_string(index)), .timeoutInterval = 0.4},
+                                    "X-Number", std::to_string(index)),
                          [&, index](URLSessionAnswer answer) { answers[index].set_value(std::move(answer)); });
     for (auto& each : answers) {
         URLSessionAnswer got = each.get_future().get();
         EXPECT_EQ(got.data, slow) << got.error.value_or(NSError{}).text;
     }
     std::set<std::string> targets;
-    for (const auto& request : server_.requests()) EXPECT_TRUE(targets.insert(request.target()).second);
+    for (const auto& request : server_.requests()) {
+        EXPECT_TRUE(targets.insert(request.target()).second);
+        EXPECT_EQ("/" + request.header("X-Number"), request.target());
+    }
     EXPECT_EQ(targets.size(), std::size(answers));
     EXPECT_EQ(server_.mostConnectionsAtOnce(), 64);
 }
@@ -291,6 +297,11 @@ TEST_F(CurlURLSessionTest, TrustsOnlyCertificatesThatItWasToldToTrustAndStaysWit
     setenv("SSL_CERT_FILE", certificate.certificateFile.c_str(), 1);
     expectFailure(ask({.url = secure.url("/open")}), -1022);
     EXPECT_EQ(server_.connectionsAccepted(), 0);
+
+    const std::string &file = certificate.certificateFile, &key = certificate.keyFile;
+    EXPECT_EQ(run({"openssl", "x509", "-in", file, "-signkey", key, "-days", "-1", "-out", file}).status, 0);
+    ScriptedServer late(&certificate);
+    expectFailure(ask({.url = late.url()}), -1201);
 }
 
 TEST_F(CurlURLSessionTest, GoesThroughTheProxyThatTheEnvironmentNames) {
