@@ -1,13 +1,16 @@
 #include "devserver/server.h"
 
 #include <httplib.h>
+#include <netinet/in.h>
 #include <sys/socket.h>
 
 #include <cstdio>
 #include <iostream>
 #include <limits>
+#include <map>
 #include <sstream>
 #include <thread>
+#include <utility>
 
 #include "devserver/pages.h"
 
@@ -17,11 +20,12 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// A connection holds a thread as long as it is kept alive: enough for a client's 64 and a browser.
-constexpr std::size_t threads = 80;
+// A connection holds a thread as long as it is kept alive: enough for several clients' 64 and as many that say nothing.
+constexpr std::size_t threads = 256;
+constexpr auto longestSilence = 10s;
+constexpr auto longestConnection = 60s;
 constexpr std::size_t longestBody = 16 << 20;
 constexpr std::size_t longestLoggedBody = 400;
-constexpr auto stallTime = 10min;
 
 void setJson(httplib::Response& response, const Answer& answer) {
     response.status = answer.status;
@@ -34,6 +38,26 @@ void setPage(httplib::Response& response, int status, const std::string& page) {
         "Content-Security-Policy",
         "default-src 'none'; style-src 'unsafe-inline'; script-src 'unsafe-inline'; connect-src 'self'");
     response.set_content(page, "text/html; charset=utf-8");
+}
+
+// The library bounds each wait for bytes, but not how long a client may drip them.
+void closeOldConnections() {
+    constexpr int descriptors = 4096;
+    using Clock = std::chrono::steady_clock;
+    std::map<std::pair<int, in_port_t>, Clock::time_point> open;
+    while (true) {
+        std::this_thread::sleep_for(1s);
+        auto known = std::exchange(open, {});
+        for (int descriptor = 0; descriptor < descriptors; ++descriptor) {
+            sockaddr_in peer{};
+            socklen_t size = sizeof peer;
+            if (getpeername(descriptor, reinterpret_cast<sockaddr*>(&peer), &size) != 0) continue;
+            auto found = known.find({descriptor, peer.sin_port});
+            auto since = found == known.end() ? Clock::now() : found->second;
+            open.emplace(std::pair(descriptor, peer.sin_port), since);
+            if (Clock::now() - since > longestConnection) shutdown(descriptor, SHUT_RDWR);
+        }
+    }
 }
 
 std::string printable(std::string_view text) {
@@ -89,7 +113,7 @@ int Server::bind() {
 void Server::serve(Service& service) {
     http_->new_task_queue = [] { return new httplib::ThreadPool(threads); };
     http_->set_keep_alive_max_count(std::numeric_limits<std::size_t>::max());
-    http_->set_keep_alive_timeout(60);
+    http_->set_keep_alive_timeout(longestSilence.count());
     http_->set_payload_max_length(longestBody);
     http_->set_error_handler([](const httplib::Request&, httplib::Response& response) {
         if (response.body.empty()) setJson(response, refusal(response.status, "The server cannot take this request."));
@@ -111,6 +135,7 @@ void Server::serve(Service& service) {
     };
     for (auto route : {&httplib::Server::Get, &httplib::Server::Delete}) (http_.get()->*route)("/[^]*", handler);
     http_->Post("/[^]*", handler);
+    std::thread(closeOldConnections).detach();
     http_->listen_after_bind();
 }
 
@@ -119,7 +144,7 @@ void Server::answer(const httplib::Request& request, httplib::Response& response
     for (const auto& prefix : options_.stalls) {
         if (!request.target.starts_with(prefix)) continue;
         write(logLine(read(request), "-"));
-        std::this_thread::sleep_for(stallTime);
+        std::this_thread::sleep_for(longestConnection);
     }
     for (const Fault& fault : options_.faults) {
         if ((fault.method != "*" && fault.method != request.method) || !request.target.starts_with(fault.prefix))

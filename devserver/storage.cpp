@@ -54,17 +54,22 @@ bool liesIn(const std::string& folder, const std::string& path) {
 
 std::optional<Entry> Storage::at(const Place& place) const {
     if (place.path.find('\0') != std::string::npos) return std::nullopt;
-    for (const auto& piece : piecesOf(place.path))
-        if (piece == "." || piece == "..") return std::nullopt;
     std::error_code error;
-    std::filesystem::directory_entry file(place.path.empty() ? root_ / place.owner : root_ / place.owner / place.path,
-                                          error);
+    std::filesystem::path path = root_ / place.owner;
+    for (const auto& piece : piecesOf(place.path)) {
+        if (piece == "." || piece == "..") return std::nullopt;
+        // A link may lead out of the storage.
+        path /= piece;
+        if (is_symlink(symlink_status(path, error))) return std::nullopt;
+    }
+    std::filesystem::directory_entry file(path, error);
     return error ? std::nullopt : entryOf(file);
 }
 
 std::vector<Entry> Storage::list(const Place& folder) const {
     std::vector<Entry> entries;
     std::error_code error;
+    if (!at(folder)) return entries;
     for (const auto& file : std::filesystem::directory_iterator(root_ / folder.owner / folder.path, error))
         if (auto entry = entryOf(file)) entries.push_back(*entry);
     std::ranges::sort(entries, {}, [](const Entry& entry) { return std::tuple(!entry.isFolder, entry.name); });

@@ -72,7 +72,9 @@ TEST_F(DevserverRefusal, OfALinkThatCannotBeMade) {
         {{{"folder_prefix", "Shared with me/Reports"}}, "your own"},
         {{{"folder_prefix", "Docs/plan.txt"}}, "any more"},
         {{{"folder_prefix", "../bob@tobrel.test/Docs"}}, "any more"},
+        {{{"folder_prefix", "link/Docs"}}, "any more"},
     };
+    std::filesystem::create_directory_symlink(folder_.path() / bob, folder_.path() / ann / "link");
     for (const auto& [body, sentence] : cases) EXPECT_THAT(reason(ask(ann, "/shares", body)), HasSubstr(sentence));
 }
 
