@@ -13,15 +13,15 @@ TEST(FileManagersCheck, tells_which_of_the_installed_ones_have_the_commands) {
     TemporaryFolder folder;
     EnvironmentVariable path("PATH", folder.path()), data("XDG_DATA_DIRS", folder.path()),
         own("XDG_DATA_HOME", folder.file("none"));
-    auto found = [] { return admin::checkFileManagers({}); };
+    auto found = [] { return admin::checkFileManagers({}).at(0); };
     EXPECT_THAT(found().text, ::testing::HasSubstr("none is installed"));
-    writeFile(folder.file("nautilus"), "");
-    std::filesystem::permissions(folder.file("nautilus"), std::filesystem::perms::owner_all);
-    EXPECT_EQ(found().text, "the commands are missing in nautilus");
+    writeFile(folder.file("dolphin"), "");
+    std::filesystem::permissions(folder.file("dolphin"), std::filesystem::perms::owner_all);
+    EXPECT_EQ(found().text, "dolphin lacks Tobrel's menu");
     EXPECT_FALSE(found().isGood());
-    std::filesystem::create_directories(folder.file("nautilus-python/extensions"));
-    writeFile(folder.file("nautilus-python/extensions/tobrel.py"), "");
-    EXPECT_EQ(found().text, "the commands are there in nautilus");
+    std::filesystem::create_directories(folder.file("kio/servicemenus"));
+    writeFile(folder.file("kio/servicemenus/tobrel.desktop"), "");
+    EXPECT_EQ(found().text, "dolphin has Tobrel's menu");
     EXPECT_TRUE(found().isGood());
 }
 

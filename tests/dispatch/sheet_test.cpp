@@ -14,12 +14,6 @@ std::vector<NSRect> frames(const NSView& view) {
     return frames;
 }
 
-std::vector<std::shared_ptr<NSButton>> buttons(int count) {
-    std::vector<std::shared_ptr<NSButton>> made;
-    for (int i = 0; i < count; ++i) made.push_back(NSButton::buttonWithTitle("B"));
-    return made;
-}
-
 }  // namespace
 
 TEST_F(SheetTest, StartsAsAnEmptyLineWithADoneButtonThatReturnPresses) {
@@ -59,39 +53,6 @@ TEST_F(SheetTest, ShowLeavesDoneAsItIsWhileTheLabelIsInPlaceAndBringsItBackAfter
     EXPECT_FALSE(controller->done->isHidden());
     EXPECT_EQ(controller->preferredContentSize(), (CGSize{380, 104}));
     EXPECT_EQ(frames(*controller->rootView), (std::vector<NSRect>{{20, 40, 340, 56}, {280, 8, 80, 28}}));
-}
-
-TEST_F(SheetTest, AFormStandsAboveItsButtonsFromRightToLeft) {
-    struct {
-        int buttons;
-        CGFloat height;
-        const char* close;
-        std::vector<NSRect> frames;
-    } const cases[] = {
-        {0, 148, "Done", {{20, 48, 420, 88}, {356, 10, 84, 28}}},
-        {1, 166, "Cancel", {{20, 48, 420, 106}, {356, 10, 84, 28}, {252, 10, 96, 28}}},
-        {2, 236, "Cancel", {{20, 48, 420, 176}, {356, 10, 84, 28}, {252, 10, 96, 28}, {148, 10, 96, 28}}},
-        {4,
-         236,
-         "Cancel",
-         {{20, 48, 420, 176},
-          {356, 10, 84, 28},
-          {252, 10, 96, 28},
-          {148, 10, 96, 28},
-          {44, 10, 96, 28},
-          {-60, 10, 96, 28}}},
-    };
-    for (const auto& c : cases) {
-        context->ends.clear();
-        auto given = buttons(c.buttons);
-        controller->present(std::make_shared<NSView>(), given, c.height);
-        EXPECT_EQ(frames(*controller->rootView), c.frames);
-        EXPECT_EQ(controller->preferredContentSize(), (CGSize{460, c.height}));
-        EXPECT_EQ(button(c.close).keyEquivalent(), "");
-        for (const auto& each : given) EXPECT_EQ(each->bezelStyle(), 1);
-        click(c.close);
-        EXPECT_EQ(context->ends, std::vector<std::string>{"completed"});
-    }
 }
 
 TEST_F(SheetTest, BuildsTheViewFirstWhereAFormComesBeforeIt) {

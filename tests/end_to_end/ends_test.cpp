@@ -48,17 +48,6 @@ TEST(EndOfARequest, WaitsForNoAnswerAndLetsNothingOfItThrough) {
     }
 }
 
-TEST(EndOfARequest, MayComeAtTheSameTimeAsTheAnswer) {
-    ScriptedTobrel tobrel;
-    for (int round = 0; round < 3; ++round)
-        for (const auto& step : steps) {
-            Program program = start(tobrel.installation, step.words);
-            program.write(submit(formOf(program, step), step) + closeWindow);
-            Ended ended = finish(program);
-            EXPECT_LE(ended.events("clipboard").size() + ended.events("open").size(), 1u);
-        }
-}
-
 TEST(Request, OpensNothingInThePlaceOfItsStandardDescriptors) {
     ScriptedTobrel tobrel;
     tobrel.server.script("/", {stalls()});

