@@ -69,17 +69,17 @@ TEST(ScreenMode, pagesThroughALongListAndBack) {
     PtyChild child([] {
         return show("xterm", [](SheetHost& host) {
             std::vector<std::string> people;
-            for (int number = 0; number < 100; ++number) people.push_back("p" + std::to_string(number));
+            for (int number = 100; number < 200; ++number) people.push_back("p" + std::to_string(number));
             host.showList(people);
         });
     });
     child.expect("> Done <");
     child.send("\x1B[H");
-    child.expect("p0  ·  view only  > Stop sharing <");
+    child.expect("p100  ·  view only  > Stop sharing <");
     child.send("\x1B[6~");
     child.expect("> Stop sharing <");
     child.send("\x1B[5~");
-    child.expect("p0  ·  view only  > Stop sharing <");
+    child.expect("p100  ·  view only  > Stop sharing <");
     child.send("\x1B");
     EXPECT_EQ((child.rest(), child.waitStatus()), 0);
 }
