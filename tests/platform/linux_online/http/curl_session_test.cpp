@@ -169,12 +169,12 @@ TEST_F(CurlURLSessionTest, FailsWithItsOwnSentenceForEachThingThatGoesWrong) {
 
 TEST_F(CurlURLSessionTest, AsksEachOfManyOnceAndTakesItsTimeWhileBytesComeOrConnectionsAreShort) {
     const std::string slow = "twenty five bytes, slowly";
-    server_.script("/", {sends("HTTP/1.1 200 OK\r\nContent-Length: 25\r\n\r\n"), trickles(slow, 20ms)});
+    server_.script("/", {sends("HTTP/1.1 200 OK\r\nContent-Length: 25\r\n\r\n"), trickles(slow, 50ms)});
     constexpr int many = 80;
     std::promise<URLSessionAnswer> answers[many];
     CurlURLSession session;
     for (int index = 0; index < many; ++index)
-        session.dataTask(withHeader({.url = server_.url("/").append(std::to_string(index)), .timeoutInterval = 0.4},
+        session.dataTask(withHeader({.url = server_.url("/").append(std::to_string(index)), .timeoutInterval = 1},
                                     "X-Number", std::to_string(index)),
                          [&, index](URLSessionAnswer answer) { answers[index].set_value(std::move(answer)); });
     for (auto& each : answers) {
