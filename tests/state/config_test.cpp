@@ -8,6 +8,7 @@
 
 #include "state/keychain_store.h"
 #include "support/fake_platform.h"
+#include "support/local_platform.h"
 
 namespace tobrel::testing {
 
