@@ -7,7 +7,7 @@ import unittest
 
 import pyatspi
 
-from desktop import BOB, Storage, has_state, holders, is_refused, wait_for
+from desktop import ANN, BIN, BOB, Storage, has_state, holders, is_refused, wait_for
 
 
 class WindowTest(unittest.TestCase):
@@ -124,6 +124,21 @@ class WindowTest(unittest.TestCase):
         leave.find("You left “Projects”.")
         leave.press("Done")
         self.assertEqual(leave.status(), 0)
+
+    def test_a_long_list_opens_at_its_closing_button_and_works_down_to_its_last_line(self):
+        people = [f"person{number:02}@tobrel.test" for number in range(1, 61)]
+        storage = Storage(others=people)
+        self.addCleanup(storage.close)
+        for person in people:
+            subprocess.run([BIN / "tobrel-action", "share-with", "--home", storage.home(ANN), "--front-end", "batch",
+                            "--email", person, "--role", "view", storage.folder / "files" / ANN / "Projects"], check=True)
+        run = storage.start("manage", "Projects")
+        self.addCleanup(run.end)
+        run.wait_for_focus("Done")
+        wait_for("the last line's button", lambda: next(
+            node for node in run.everything() if node.name == "Stop sharing" and people[-1] in node.description
+        )).queryAction().doAction(0)
+        wait_for("the end of the last line", lambda: 'DELETE /tobrel/api/grants' in storage.requests())
 
     def test_cancel_escape_and_signals_complete_the_request_in_each_state(self):
         ends = {"Cancel": lambda run: run.press("Cancel"), "Escape": lambda run: run.key("Escape"),

@@ -49,6 +49,7 @@ void GtkFrontEnd::mainQueueRanDry(bool changed) {
     if (!window_) return;
     if (std::exchange(changed_, false) || window_->hasBeenPressed())
         window_->update(clipboard_ ? clipboard_->note() : "");
+    window_->buildMore();
     if (!window_->isPresented() && (waitedEnough_ || !sheet_->isWorking())) {
         window_->present();
         patience_.reset();

@@ -14,11 +14,13 @@ constexpr int outerDistance = 18;
 constexpr CGFloat sideDistances = 40;
 constexpr CGFloat leastBodyHeight = 56;
 constexpr CGFloat leastRowHeight = 13;
+// So many lines of a long list are built for one frame.
+constexpr std::size_t linesOfAFrame = 20;
 // What the desktop may keep for itself, in parts of the screen's height.
 constexpr double mostOfScreen = 0.8;
 
 // The theme names no colour for the text of an address; this one is told apart and read on light and dark.
-constexpr const char* styles = "label.address { color: mix(@theme_selected_bg_color, @theme_fg_color, 0.25); }";
+constexpr const char* styles = "label.address { color: mix(@theme_selected_bg_color, @theme_fg_color, 0.6); }";
 
 void addStyles() {
     static const bool added = [] {
@@ -141,8 +143,10 @@ SheetWindow::~SheetWindow() {
 void SheetWindow::update(const std::string& note) {
     updating_ = true;
     auto rows = sheet::rowsOf(sheet_.rootView());
-    bool isOther = widgets_.show(sheet_.rootView(), rows);
-    if (isOther) placeContent(rows.size());
+    int most = mostHeight();
+    bool isOther =
+        widgets_.show(sheet_.rootView(), rows, static_cast<std::size_t>(most / pixels(body_, leastRowHeight)));
+    if (isOther) placeContent(most);
     gtk_label_set_text(GTK_LABEL(note_), note.c_str());
     gtk_widget_set_visible(note_, !note.empty());
     showButtons(rows);
@@ -150,9 +154,38 @@ void SheetWindow::update(const std::string& note) {
     if (std::exchange(pressed_, false) && !isOther) markRefusedField(rows);
     changes_.look(rows);
     updating_ = false;
+    if (!widgets_.isComplete()) askForFrames();
 }
 
-void SheetWindow::placeContent(std::size_t rows) {
+void SheetWindow::buildMore() {
+    if (!std::exchange(hasFrame_, false) || widgets_.isComplete()) return;
+    updating_ = true;
+    widgets_.showMore(sheet::rowsOf(sheet_.rootView()), linesOfAFrame);
+    updating_ = false;
+}
+
+// A long list is seen before its last line is built, and can be scrolled meanwhile.
+void SheetWindow::askForFrames() {
+    if (std::exchange(wantsFrames_, true)) return;
+    auto frame = [](GtkWidget*, GdkFrameClock*, gpointer data) -> gboolean {
+        auto& window = *static_cast<SheetWindow*>(data);
+        window.wantsFrames_ = !window.widgets_.isComplete();
+        // The first frame shows what there is.
+        if (std::exchange(window.drawn_, true)) {
+            window.hasFrame_ = true;
+            window.loop_.async([] {});
+        }
+        return window.wantsFrames_ ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
+    };
+    gtk_widget_add_tick_callback(body_, frame, this, nullptr);
+}
+
+int SheetWindow::mostHeight() const {
+    int ofScreen = static_cast<int>(mostOfScreen * smallestScreenHeight());
+    return std::max(ofScreen - pixels(body_, 2 * leastBodyHeight), pixels(body_, leastBodyHeight));
+}
+
+void SheetWindow::placeContent(int most) {
     // A sheet never gets narrower while the user looks at it.
     width_ = std::max(width_, pixels(body_, sheet_.preferredContentSize().width - sideDistances));
     gtk_widget_set_size_request(body_, width_, pixels(body_, leastBodyHeight));
@@ -167,10 +200,7 @@ void SheetWindow::placeContent(std::size_t rows) {
         gtk_box_remove(GTK_BOX(footerRow_), former);
 
     GtkWidget* placed = widgets_.content();
-    int most = static_cast<int>(mostOfScreen * smallestScreenHeight()) - pixels(body_, 2 * leastBodyHeight);
-    // Measuring a long list takes longer than drawing what is seen of it.
-    bool isLong = rows * static_cast<std::size_t>(pixels(body_, leastRowHeight)) > static_cast<std::size_t>(most);
-    if (isLong || heightOf(placed, width_) > most) {
+    if (!widgets_.isComplete() || heightOf(placed, width_) > most) {
         GtkWidget* scrolled = gtk_scrolled_window_new();
         gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(scrolled), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
         // Seen at once, and never over the buttons at the rows' ends.

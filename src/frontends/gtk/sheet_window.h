@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -26,6 +25,8 @@ public:
 
     // Brings the widgets up to the sheet, with the note below its text.
     void update(const std::string& note);
+    // Builds some more of a long list where the last lines have been drawn. Right after update().
+    void buildMore();
     // A button has been pressed since: there may be something to show although nothing on the sheet is other.
     bool hasBeenPressed() const { return pressed_; }
     // Comes on screen, in front.
@@ -36,7 +37,9 @@ private:
     void press(NSButton& button) override;
     void finishField() override { pressReturn(); }
 
-    void placeContent(std::size_t rows);
+    void askForFrames();
+    int mostHeight() const;
+    void placeContent(int most);
     void showButtons(const sheet::Rows& rows);
     void settleFocus(const sheet::Rows& rows);
     void markRefusedField(const sheet::Rows& rows);
@@ -58,6 +61,9 @@ private:
     int width_ = 0;
     bool presented_ = false;
     bool pressed_ = false;
+    bool wantsFrames_ = false;
+    bool drawn_ = false;
+    bool hasFrame_ = false;
     // While the focus moves by what happens to the widgets, not by the user.
     bool updating_ = false;
     // A key that is held down answers one question, not the next one too.
