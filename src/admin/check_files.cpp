@@ -108,7 +108,7 @@ Finding checkPrivateFolder() {
     const std::string path = Paths::privateFolder();
     const std::string name = inQuotes(path);
     constexpr const char* check = "private folder";
-    struct stat status {};
+    struct stat status = {};
     if (stat(path.c_str(), &status) != 0)
         return {check, name + " does not exist", "make it with: tobrel-admin server URL"};
     if (!S_ISDIR(status.st_mode)) return {check, name + " is no folder", "move away what lies there"};
@@ -128,7 +128,7 @@ Finding checkSettings(Composition& composition) {
     const std::string name = inQuotes(path);
     constexpr const char* check = "settings";
     constexpr const char* setServer = "set the server's address with: tobrel-admin server URL";
-    struct stat status {};
+    struct stat status = {};
     if (stat(path.c_str(), &status) != 0 && errno == ENOENT) return {check, name + " does not exist", setServer};
     auto content = readWhole(composition.files(), path, largestFile);
     const FileTrust trust = composition.files().trust(path);
@@ -160,7 +160,7 @@ std::vector<Finding> checkPinQueue(Composition& composition) {
     for (const std::string& kept : keptBeside(path))
         findings.push_back({check, inQuotes(kept) + " holds what could not be read as a queue",
                             "look into it, then: rm " + quoted(kept)});
-    struct stat status {};
+    struct stat status = {};
     bool exists = lstat(path.c_str(), &status) == 0 || errno != ENOENT;
     auto file = composition.files().open(path);
     if (exists && !(file && readQueue(*file, nothing)))
@@ -179,7 +179,7 @@ std::vector<Finding> checkDomains(Composition& composition) {
     std::vector<Finding> findings;
     for (const RegisteredDomain& domain : (*snapshot)->domains()) {
         std::string name = inQuotes(domain.identifier) + ": " + inQuotes(domain.root);
-        struct stat status {};
+        struct stat status = {};
         if (stat(domain.root.c_str(), &status) != 0 || !S_ISDIR(status.st_mode))
             findings.push_back({check, name + " is no folder",
                                 "bring it back, or: tobrel-admin domain remove " + quoted(domain.identifier)});

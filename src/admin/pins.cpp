@@ -132,7 +132,7 @@ int runPins(const Invocation& invocation) {
     if (words.size() > 1) return misused("the usage is: tobrel-admin pins [take]");
     PosixUserDatabase users(invocation.home);
     std::string path = Paths::inHome(users.homeDirectory().value_or(users.NSHomeDirectory()), "pinned_pending.json");
-    struct stat status {};
+    struct stat status = {};
     if (lstat(path.c_str(), &status) != 0) {
         if (errno != ENOENT) return failed(inQuotes(path) + " cannot be read: " + std::strerror(errno));
         noteKept(path);

@@ -20,7 +20,7 @@ class SilentTerminal {
 public:
     SilentTerminal() {
         interruption = 0;
-        struct sigaction interrupt {};
+        struct sigaction interrupt = {};
         interrupt.sa_handler = [](int signal) { interruption = signal; };
         for (std::size_t each = 0; each < signals.size(); ++each) sigaction(signals[each], &interrupt, &former_[each]);
         tcgetattr(STDIN_FILENO, &shown_);

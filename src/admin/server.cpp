@@ -62,7 +62,7 @@ std::optional<std::string> objection(const std::string& address) {
 }
 
 bool exists(const std::string& path) {
-    struct stat status {};
+    struct stat status = {};
     return lstat(path.c_str(), &status) == 0 || errno != ENOENT;
 }
 

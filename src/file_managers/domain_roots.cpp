@@ -32,7 +32,7 @@ std::string registryStamp() {
     std::string stamp;
     // What is written comes into the log first.
     for (const char* ending : {"", "-wal"}) {
-        struct stat status {};
+        struct stat status = {};
         if (stat((file + ending).c_str(), &status) == 0)
             for (auto number :
                  {static_cast<long long>(status.st_ino), static_cast<long long>(status.st_size),

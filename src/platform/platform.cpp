@@ -15,8 +15,8 @@ struct Parts {
 };
 std::optional<Parts> installed;
 
-template <class Part>
-const Part& part(std::optional<Part> Parts::*member, const char* name) {
+template <auto member>
+const auto& part(const char* name) {
     if (installed && *installed.*member) return *(*installed.*member);
     std::fprintf(stderr, "tobrel: %s is used, but has not been installed\n", name);
     std::abort();
@@ -34,19 +34,19 @@ Installation::~Installation() {
 }
 
 const Platform& current() {
-    return part(&Parts::platform, "platform::current()");
+    return part<&Parts::platform>("platform::current()");
 }
 
 const Request& request() {
-    return part(&Parts::request, "platform::request()");
+    return part<&Parts::request>("platform::request()");
 }
 
 const Online& online() {
-    return part(&Parts::online, "platform::online()");
+    return part<&Parts::online>("platform::online()");
 }
 
 const Desktop& desktop() {
-    return part(&Parts::desktop, "platform::desktop()");
+    return part<&Parts::desktop>("platform::desktop()");
 }
 
 }  // namespace tobrel::platform

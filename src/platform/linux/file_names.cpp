@@ -61,7 +61,7 @@ FileDescriptor openFolder(const std::string& path) {
 }
 
 FileState stateOf(const std::string& path) {
-    struct stat status {};
+    struct stat status = {};
     if (::lstat(path.c_str(), &status) != 0) return {};
     auto number = [](auto value) { return static_cast<std::uint64_t>(value); };
     return {{number(status.st_dev), number(status.st_ino), number(status.st_size), number(status.st_mtim.tv_sec),

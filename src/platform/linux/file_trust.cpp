@@ -24,7 +24,7 @@ std::string realPath(const std::string& path) {
 }
 
 Writers writersOf(const std::string& place) {
-    struct stat status {};
+    struct stat status = {};
     if (::stat(place.c_str(), &status) != 0) return Writers::user;
     if (status.st_uid != ::geteuid() && status.st_uid != 0) return Writers::anotherUser;
     if (status.st_mode & S_IWOTH) return Writers::everybody;

@@ -97,6 +97,7 @@ public:
             g_type_interface_peek(G_OBJECT_GET_CLASS(provider_), FM_PROVIDER_TYPE));
     }
 
+    static void free(GList* items) { g_list_free_full(items, g_object_unref); }
     // What the extension adds for the selection, the caller's to free.
     GList* items(const Selection& selection) const {
 #if defined(TOBREL_NAUTILUS)
@@ -104,9 +105,6 @@ public:
 #else
         return methods_->FM_ITEMS_METHOD(provider_, nullptr, selection.files());
 #endif
-    }
-    static void free(GList* items) {
-        g_list_free_full(items, g_object_unref);
     }
 
     // Until the extension has read the registry.

@@ -24,7 +24,7 @@ NSError errorOf(const Failure& failure) {
 }
 
 bool isThere(const std::string& path) {
-    struct stat status {};
+    struct stat status = {};
     return lstat(path.c_str(), &status) == 0;
 }
 

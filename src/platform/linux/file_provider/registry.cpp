@@ -71,7 +71,7 @@ std::string sentenceFor(SqliteFault fault, const std::string& file) {
 }
 
 bool isFolder(const std::string& path) {
-    struct stat status {};
+    struct stat status = {};
     return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
@@ -133,7 +133,7 @@ auto FileProviderRegistry::attempt(const Work& work) const -> decltype(work()) {
 
 SqliteDatabase* FileProviderRegistry::openExisting() {
     if (database_) return database_.get();
-    struct stat status {};
+    struct stat status = {};
     if (stat(file_.c_str(), &status) != 0) {
         if (errno == ENOENT || errno == ENOTDIR) return nullptr;
         throw SqliteFault::noAccess;

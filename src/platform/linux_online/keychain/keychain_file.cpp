@@ -203,7 +203,7 @@ std::string KeychainFile::machineIdentity() const {
     std::string id = readWhole(files_, machineIdFile_, 64).value_or("");
     if (id.ends_with('\n')) id.pop_back();
     if (isMachineId(id)) return id;
-    struct statx folder {};
+    struct statx folder = {};
     statx(AT_FDCWD, folder_.c_str(), 0, STATX_INO | STATX_BTIME, &folder);
     return "folder " + std::to_string(folder.stx_ino) + " " + std::to_string(folder.stx_btime.tv_sec) + "." +
            std::to_string(folder.stx_btime.tv_nsec);
