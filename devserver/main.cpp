@@ -13,7 +13,7 @@ using namespace tobrel::devserver;
 namespace {
 
 int failed(const std::string& sentence, int status = 1) {
-    std::cerr << "tobrel-devserver: " << sentence << std::endl;
+    std::cerr << "tobrel-devserver: " << sentence << '\n';
     return status;
 }
 
@@ -57,7 +57,7 @@ int run(const Options& options) {
     std::string base = "http://127.0.0.1:" + std::to_string(port);
     Service service(accounts, storage, database, Clock(options.now), base);
     std::thread([&] { server.serve(service); }).detach();
-    std::cout << "listening on " << base << std::endl;
+    std::cout << "listening on " << base << '\n' << std::flush;
 
     int signal;
     sigwait(&ends, &signal);

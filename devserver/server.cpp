@@ -122,7 +122,7 @@ void Server::serve(Service& service) {
         try {
             std::rethrow_exception(thrown);
         } catch (const std::exception& error) {
-            std::cerr << "tobrel-devserver: " << error.what() << std::endl;
+            std::cerr << "tobrel-devserver: " << error.what() << '\n';
         }
         setJson(response, refusal(500, "The server failed."));
     });
@@ -181,7 +181,7 @@ Request Server::read(const httplib::Request& request) const {
 
 void Server::write(const std::string& line) {
     std::lock_guard lock(logMutex_);
-    log_ << line << std::endl;
+    log_ << line << '\n' << std::flush;
 }
 
 }  // namespace tobrel::devserver
