@@ -1,5 +1,6 @@
 #include "frontends/gtk/widgets.h"
 
+#include <cmath>
 #include <string_view>
 #include <vector>
 
@@ -94,7 +95,7 @@ int pixels(GtkWidget* near, CGFloat points) {
     double size = static_cast<double>(pango_font_description_get_size(font)) / PANGO_SCALE;
     if (!pango_font_description_get_size_is_absolute(font))
         size *= pango_cairo_context_get_resolution(gtk_widget_get_pango_context(near)) / 72;
-    return static_cast<int>(points * size / ordinaryFontSize + 0.5);
+    return static_cast<int>(std::lround(points * size / ordinaryFontSize));
 }
 
 GtkWidget* makeLabel(const NSTextField& view, Lines lines) {
