@@ -2,10 +2,10 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 
 #include "api/answer.h"
+#include "check.h"
 #include "flows/expiry.h"
 #include "flows/manage_rows.h"
 #include "platform/http.h"
@@ -14,10 +14,6 @@
 // counts as an instant is that instant's only spelling.
 
 namespace {
-
-void check(bool holds) {
-    if (!holds) std::abort();
-}
 
 std::string spelled(std::int64_t instant) {
     using namespace std::chrono;

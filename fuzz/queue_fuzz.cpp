@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <boost/json.hpp>
-#include <cstdlib>
 
+#include "check.h"
 #include "platform/files.h"
 #include "state/queue_entry.h"
 #include "state/queue_rewriter.h"
@@ -57,10 +57,6 @@ std::string compact(std::string_view text) {
         escaped = inString && c == '\\' && !escaped;
     }
     return result;
-}
-
-void check(bool holds) {
-    if (!holds) std::abort();
 }
 
 }  // namespace

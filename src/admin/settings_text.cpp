@@ -56,7 +56,9 @@ struct Member {
 std::optional<std::string> withTextMember(std::string_view text, std::string_view name, std::string_view value) {
     constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
     if (text.starts_with(byteOrderMark)) {
-        auto rest = withTextMember(text.substr(byteOrderMark.size()), name, value);
+        text.remove_prefix(byteOrderMark.size());
+        // A second one is none, and no JSON.
+        auto rest = text.starts_with(byteOrderMark) ? std::nullopt : withTextMember(text, name, value);
         return rest ? std::optional(std::string(byteOrderMark) + *rest) : std::nullopt;
     }
     const std::string key = boost::json::serialize(boost::json::value(name));

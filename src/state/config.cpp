@@ -19,7 +19,6 @@ std::string textMember(const char* name) {
     if (!files.trust(path).isTheUsers()) return {};
     auto content = readWhole(files, path, largestFile);
     if (!content) return {};
-    if (content->starts_with("\xEF\xBB\xBF")) content->erase(0, 3);
     auto settings = json::parseObject(*content);
     return settings ? json::string(*settings, name).value_or("") : "";
 }

@@ -27,7 +27,6 @@ void createFolderOf(Files& files, const std::string& path) {
 StringSet readStrings(Files& files, const std::string& path) {
     auto content = readWhole(files, path, std::numeric_limits<std::size_t>::max());
     if (!content) return {};
-    if (content->starts_with("\xEF\xBB\xBF")) content->erase(0, 3);
     auto value = json::parse(*content);
     if (!value || !value->is_array()) return {};
     StringSet strings;

@@ -142,7 +142,9 @@ bool KeyReader::takeOne(std::vector<KeyPress>& presses) {
         }
         if (rest_[1] != '[' && rest_[1] != 'O') {
             // A key pressed together with Alt.
-            rest_.erase(0, 1 + std::min(announcedLength(rest_[1]), rest_.size() - 1));
+            std::string_view character = std::string_view(rest_).substr(1);
+            if (isBeginningOfCharacter(character)) return false;
+            rest_.erase(0, 1 + firstCodePoint(character).length);
             return true;
         }
         std::size_t length = sequenceLength(rest_);

@@ -109,14 +109,13 @@ Instruction refused(std::string why) {
 
 Instruction choose(std::size_t control, const NSPopUpButton& popUp, std::string_view text) {
     int count = static_cast<int>(popUp.itemTitles().size());
-    std::optional<int> item = wholeNumber(text);
-    if (item) --*item;
-    for (int i = 0; i < count && !item; ++i)
-        if (lowered(popUp.itemTitles()[static_cast<std::size_t>(i)]) == lowered(text)) item = i;
-    if (!item || *item < 0 || *item >= count)
+    std::optional<int> number = wholeNumber(text);
+    for (int i = 0; i < count && !number; ++i)
+        if (lowered(popUp.itemTitles()[static_cast<std::size_t>(i)]) == lowered(text)) number = i + 1;
+    if (!number || *number < 1 || *number > count)
         return refused(numberOf(control) + " takes the number of one of its items, as in “" +
                        std::to_string(control + 1) + " 1”.");
-    return {control, std::nullopt, item, ""};
+    return {control, std::nullopt, *number - 1, ""};
 }
 
 Instruction byTitle(std::string_view title, const std::vector<Piece>& controls) {
