@@ -17,13 +17,17 @@ struct Running {
     std::function<void()> ended;
 };
 
-// The first line of what the program said, without the program's name.
-std::string cause(GBytes* said) {
+constexpr std::string_view name = "tobrel-action: ";
+
+std::string_view textOf(GBytes* said) {
     gsize length = 0;
     auto* bytes = static_cast<const char*>(g_bytes_get_data(said, &length));
-    std::string_view line(bytes ? bytes : "", length);
+    return {bytes ? bytes : "", length};
+}
+
+// The first line of what the program said, without the program's name.
+std::string cause(std::string_view line) {
     line = line.substr(0, line.find('\n'));
-    constexpr std::string_view name = "tobrel-action: ";
     if (line.starts_with(name)) line.remove_prefix(name.size());
     return std::string(line.empty() ? "it ended without saying why; tobrel-admin doctor may know" : line);
 }
@@ -33,9 +37,10 @@ void finished(GObject* object, GAsyncResult* result, gpointer data) {
     auto* process = G_SUBPROCESS(object);
     GBytes* errors = nullptr;
     g_subprocess_communicate_finish(process, result, nullptr, &errors, nullptr);
-    // Not what was ended by a signal: somebody wanted that.
-    if (errors && g_subprocess_get_if_exited(process) && g_subprocess_get_exit_status(process) != 0)
-        notify(running->command.title, cause(errors), std::move(running->ended));
+    // Not what was ended by a signal: somebody wanted that. What was completed may have left a sentence all the same.
+    bool exited = errors && g_subprocess_get_if_exited(process);
+    if (exited && (g_subprocess_get_exit_status(process) != 0 || textOf(errors).starts_with(name)))
+        notify(running->command.title, cause(textOf(errors)), std::move(running->ended));
     else if (running->ended)
         running->ended();
     if (errors) g_bytes_unref(errors);

@@ -18,8 +18,8 @@ struct Launch {
     std::string activationToken;
 };
 
-// Starts the command and returns at once. What it could not begin becomes a notification on the desktop, on the main
-// context's thread; then `ended` is called.
+// Starts the command and returns at once. What it could not begin, or left unanswered, becomes a notification on the
+// desktop, on the main context's thread; then `ended` is called.
 void launch(const Command& command, const Launch& launch, std::function<void()> ended = {});
 
 }  // namespace tobrel::menu

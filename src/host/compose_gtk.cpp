@@ -1,7 +1,9 @@
 #include "host/compose_gtk.h"
 
+#include "dispatch/action_id.h"
 #include "frontends/gtk/clipboard.h"
 #include "frontends/gtk/gtk_front_end.h"
+#include "host/options.h"
 #include "platform/linux_online/main_loop_glib.h"
 
 namespace tobrel::host {
@@ -10,8 +12,10 @@ std::unique_ptr<MainLoop> makeGlibLoop() {
     return std::make_unique<GlibMainLoop>();
 }
 
-std::unique_ptr<FrontEnd> makeGtkFrontEnd(const Options&, NSWorkspace& browser) {
-    return std::make_unique<GtkFrontEnd>(browser);
+std::unique_ptr<FrontEnd> makeGtkFrontEnd(const Options& options, NSWorkspace& browser) {
+    // What ends by itself would flash a window whose progress was shown just before its end.
+    bool endsByItself = options.actionIdentifier == ActionID::online;
+    return std::make_unique<GtkFrontEnd>(browser, std::chrono::milliseconds(endsByItself ? 1000 : 200));
 }
 
 bool clipboardNeedsProcess() {

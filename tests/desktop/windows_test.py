@@ -155,6 +155,20 @@ class WindowTest(unittest.TestCase):
 
 
 class ProgressTest(unittest.TestCase):
+    def test_what_closing_leaves_unanswered_is_said(self):
+        storage = Storage("--stall", "/tobrel/api/grants")
+        self.addCleanup(storage.close)
+        for end in (lambda run: run.key("Escape"), lambda run: run.press("Done")):
+            run = storage.start("share-with", "Projects")
+            self.addCleanup(run.end)
+            run.wait_for_focus("their Tobrel email")
+            run.type(BOB)
+            run.key("Return")
+            run.find("Working")
+            end(run)
+            self.assertEqual((run.status(), run.error), (0, "tobrel-action: Closed before “Share” was answered: "
+                                                            "it may have been done all the same.\n"))
+
     def test_a_progress_line_comes_late_is_not_closed_by_return_and_can_be_cancelled(self):
         storage = Storage("--stall", "/tobrel/api/grants")
         self.addCleanup(storage.close)

@@ -85,6 +85,7 @@ TEST(Launch, TellsOnTheDesktopWhyACommandCouldNotBeginAndElseNothing) {
          "Share link: &lt;b&gt; &amp; \xEF\xBF\xBD is not registered\n"},
         {"exit 4", "Share link: it ended without saying why; tobrel-admin doctor may know\n"},
         {"echo harmless >&2; exit 0", ""},
+        {"echo 'tobrel-action: it may be done' >&2; exit 0", "Share link: it may be done\n"},
         {"kill -TERM $$", ""},
     };
     for (const auto& [script, shown] : cases) EXPECT_EQ(shownFor(script), shown) << script;

@@ -2,6 +2,7 @@
 
 #include <gtk/gtk.h>
 
+#include <cstdio>
 #include <utility>
 
 #include "frontends/gtk/clipboard.h"
@@ -13,14 +14,13 @@ namespace tobrel {
 
 namespace {
 
-// A request that is done sooner, or asks something sooner, shows no progress.
-constexpr std::chrono::milliseconds patience{200};
 // In this time the first question to the server is under way; its answer takes longer than the wait costs.
 constexpr std::chrono::milliseconds headStart{2};
 
 }  // namespace
 
-GtkFrontEnd::GtkFrontEnd(NSWorkspace& browser) : browser_(browser) {
+GtkFrontEnd::GtkFrontEnd(NSWorkspace& browser, std::chrono::milliseconds patience)
+    : browser_(browser), patience_(patience) {
     gtk::prepareToolkit();
 }
 
@@ -37,12 +37,13 @@ void GtkFrontEnd::attach(Sheet& sheet, MainLoop& loop) {
 }
 
 void GtkFrontEnd::appear() {
-    patience_ = loop_->startTimer(patience, [this] { waitedEnough_ = true; });
+    wait_ = loop_->startTimer(patience_, [this] { waitedEnough_ = true; });
     headStart_ = loop_->startTimer(headStart, [this] { mayStart_ = true; });
 }
 
 void GtkFrontEnd::mainQueueRanDry(bool changed) {
     changed_ |= changed;
+    unanswered_.ranDry(sheet_->isWorking());
     if (!mayStart_) return;
     // Between the steps of the toolkit's start the request's answers get their turn.
     if (takeStep()) return loop_->async([] {});
@@ -52,7 +53,7 @@ void GtkFrontEnd::mainQueueRanDry(bool changed) {
     window_->buildMore();
     if (!window_->isPresented() && (waitedEnough_ || !sheet_->isWorking())) {
         window_->present();
-        patience_.reset();
+        wait_.reset();
     }
 }
 
@@ -65,14 +66,17 @@ bool GtkFrontEnd::takeStep() {
         if (cannotStart_) sheet_->close();
         return true;
     }
-    window_ = std::make_unique<gtk::SheetWindow>(*sheet_, *loop_, [this] {
+    window_ = std::make_unique<gtk::SheetWindow>(*sheet_, *loop_, unanswered_, [this] {
         if (clipboard_) clipboard_->windowBecameActive();
     });
     return true;
 }
 
 void GtkFrontEnd::requestEnded(const std::optional<NSError>&, bool) {
-    patience_.reset();
+    // Whoever started this from a menu is told by the menu, which listens.
+    if (std::string sentence = unanswered_.sentence(); !sentence.empty())
+        std::fprintf(stderr, "tobrel-action: %s\n", sentence.c_str());
+    wait_.reset();
     headStart_.reset();
     window_.reset();
     clipboard_.reset();

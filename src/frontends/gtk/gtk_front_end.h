@@ -1,9 +1,11 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
 
+#include "frontends/sheet/user.h"
 #include "platform/front_end.h"
 
 namespace tobrel {
@@ -19,8 +21,9 @@ class Timer;
 // toolkit, so that must be before the first thread.
 class GtkFrontEnd : public FrontEnd {
 public:
-    // The browser outlives the front end.
-    explicit GtkFrontEnd(NSWorkspace& browser);
+    // The browser outlives the front end. A request that is done or asks something before `patience` is over shows no
+    // progress.
+    GtkFrontEnd(NSWorkspace& browser, std::chrono::milliseconds patience);
     ~GtkFrontEnd() override;
 
     std::optional<std::string> obstacle() const override;
@@ -41,13 +44,15 @@ private:
     gtk::Clipboard& clipboard();
 
     NSWorkspace& browser_;
+    const std::chrono::milliseconds patience_;
+    sheet::Unanswered unanswered_;
     Sheet* sheet_ = nullptr;
     MainLoop* loop_ = nullptr;
     bool changed_ = true;
     bool mayStart_ = false;
     bool waitedEnough_ = false;
     bool cannotStart_ = false;
-    std::unique_ptr<Timer> patience_;
+    std::unique_ptr<Timer> wait_;
     std::unique_ptr<Timer> headStart_;
     std::unique_ptr<gtk::Clipboard> clipboard_;
     std::unique_ptr<gtk::SheetWindow> window_;

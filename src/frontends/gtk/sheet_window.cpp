@@ -85,9 +85,11 @@ bool isInside(GtkWidget* widget, GType kind) {
 
 }  // namespace
 
-SheetWindow::SheetWindow(Sheet& sheet, MainLoop& loop, std::function<void()> becameActive)
+SheetWindow::SheetWindow(Sheet& sheet, MainLoop& loop, sheet::Unanswered& unanswered,
+                         std::function<void()> becameActive)
     : sheet_(sheet),
       loop_(loop),
+      unanswered_(unanswered),
       window_(makeWindow()),
       body_(gtk_box_new(GTK_ORIENTATION_VERTICAL, outerDistance / 2)),
       note_(makeNote()),
@@ -261,9 +263,12 @@ void SheetWindow::present() {
 void SheetWindow::press(NSButton& button) {
     if (updating_) return;
     loop_.async([this, id = button.id()] {
-        for (auto& control : sheet::controlsOf(sheet::rowsOf(sheet_.rootView()))) {
+        auto rows = sheet::rowsOf(sheet_.rootView());
+        for (auto& control : sheet::controlsOf(rows)) {
             NSButton* pressed = control.button ? control.button : control.checkBox;
             if (!pressed || pressed->id() != id) continue;
+            // What closes the sheet asks for nothing itself.
+            if (pressed != sheet::closingButton(rows)) unanswered_.pressed(*pressed);
             pressed_ = sheet::press(*pressed);
             return;
         }

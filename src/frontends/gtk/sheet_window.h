@@ -17,8 +17,8 @@ namespace tobrel::gtk {
 // The window that a sheet stands in. The toolkit has been started. Main thread only.
 class SheetWindow : private UserActions {
 public:
-    // `becameActive` runs each time the user has come to the window.
-    SheetWindow(Sheet& sheet, MainLoop& loop, std::function<void()> becameActive);
+    // `becameActive` runs each time the user has come to the window; `unanswered` is told of the buttons pressed.
+    SheetWindow(Sheet& sheet, MainLoop& loop, sheet::Unanswered& unanswered, std::function<void()> becameActive);
     ~SheetWindow() override;
     SheetWindow(const SheetWindow&) = delete;
     SheetWindow& operator=(const SheetWindow&) = delete;
@@ -50,6 +50,7 @@ private:
 
     Sheet& sheet_;
     MainLoop& loop_;
+    sheet::Unanswered& unanswered_;
     GtkWindow* const window_;
     GtkWidget* const body_;
     GtkWidget* const note_;
