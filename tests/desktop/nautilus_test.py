@@ -65,7 +65,8 @@ class NautilusTest(unittest.TestCase):
         subprocess.run(["gdbus", "call", "--session", "--dest", "org.freedesktop.DBus", "--object-path", "/",
                         "--method", "org.freedesktop.DBus.ReloadConfig"], stdout=subprocess.DEVNULL, check=True)
 
-    def test_share_link_in_the_menu_makes_a_link(self):
+    def open_menu(self):
+        """Nautilus, its window, and the commands for report.pdf on the screen."""
         self.forbid_indexer()
         folder = self.storage.folder / "files" / ANN
         # Drawn by the processor: without a graphics card its spinner alone would keep it busy.
@@ -78,9 +79,15 @@ class NautilusTest(unittest.TestCase):
         window = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", ANN], capture_output=True, text=True,
                                 check=True).stdout.split()[0]
         # Keys do not reach it before a first click, into the empty space.
-        subprocess.run(["xdotool", "windowactivate", "--sync", window, "mousemove", "--window", window, "600", "450",
-                        "click", "1", "key", "End", "key", "shift+F10"], check=True)
+        subprocess.run(["xdotool", "windowactivate", "--sync", window, "windowsize", "--sync", window, "1060", "520",
+                        "mousemove", "--window", window, "600", "450", "click", "1", "key", "End", "key", "shift+F10"],
+                       check=True)
         in_nautilus("Tobrel").queryAction().doAction(0)
+        in_nautilus("Share link")
+        return nautilus, window
+
+    def test_share_link_in_the_menu_makes_a_link(self):
+        nautilus, _ = self.open_menu()
         in_nautilus("Share link").queryAction().doAction(0)
         nautilus.press("Create Link")
         nautilus.find("Link copied to the clipboard:")

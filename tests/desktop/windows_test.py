@@ -196,7 +196,7 @@ class ProgressTest(unittest.TestCase):
         self.assertEqual((run.status(), run.error), (0, ""))
         wait_for("the browser", lambda: "files#files" in (storage.folder / "opened").read_text())
         self.assertIsNone(watch.poll())
-        self.assertNotRegex((storage.folder / "seen").read_text(), "(?m)^(GSK_RENDERER|GDK_DEBUG|GDK_DISABLE|TOBREL_REPORT)")
+        self.assertNotRegex((storage.folder / "seen").read_text(), "(?m)^(GSK_RENDERER|GDK_DEBUG|GDK_DISABLE|GIO_USE_VFS|TOBREL_REPORT)")
 
     def test_without_a_display_nothing_happens_but_one_line(self):
         storage = Storage()

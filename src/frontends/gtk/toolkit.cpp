@@ -75,6 +75,8 @@ void prepareToolkit() {
         else
             setUnlessSet("GDK_DEBUG", "gl-disable");
     }
+    // A sheet reads nothing but local files; the desktop's way to others is a library and a connection more.
+    setUnlessSet("GIO_USE_VFS", "local");
     for (const char* name : {"XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID"}) {
         if (token.empty()) token = valueOf(name);
         unsetenv(name);
