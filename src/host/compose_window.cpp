@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "host/process.h"
+#include "platform/file_descriptor.h"
 #include "platform/linux/end_signals.h"
 
 extern char** environ;
@@ -89,19 +90,14 @@ std::vector<int> openDescriptors() {
 
 std::optional<int> runWindowProgram(const std::string& path, char* words[]) {
     blockEndSignals();
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) return std::nullopt;
-    auto process = start(path, words, ends[1]);
-    close(ends[1]);
-    std::optional<int> status;
-    if (process) {
-        sigset_t signals = endSignals();
-        int descriptor = signalfd(-1, &signals, SFD_CLOEXEC);
-        status = waitForStatus(*process, ends[0], descriptor);
-        close(descriptor);
-    }
-    close(ends[0]);
-    return status;
+    auto pipe = openPipe();
+    if (!pipe) return std::nullopt;
+    auto process = start(path, words, pipe->writing.number());
+    if (!process) return std::nullopt;
+    pipe->writing = FileDescriptor();
+    sigset_t signals = endSignals();
+    FileDescriptor descriptor(signalfd(-1, &signals, SFD_CLOEXEC));
+    return waitForStatus(*process, pipe->reading.number(), descriptor.number());
 }
 
 WindowProcess::WindowProcess() {

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <system_error>
 
+#include "platform/file_descriptor.h"
 #include "text/harmless_text.h"
 
 namespace tobrel::host {
@@ -18,15 +19,13 @@ constexpr std::size_t mostItems = 1'000'000;
 
 // Why there is no content, in words, or nothing; reads no further than the limit.
 std::string readAll(const std::string& path, std::string& content) {
-    int descriptor = path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor == -1) return " cannot be read: " + std::generic_category().message(errno);
+    FileDescriptor file(path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file) return " cannot be read: " + std::generic_category().message(errno);
     char buffer[64 * 1024];
     ssize_t count;
-    while ((count = read(descriptor, buffer, sizeof buffer)) > 0 && content.size() <= largestFile)
+    while ((count = read(file.number(), buffer, sizeof buffer)) > 0 && content.size() <= largestFile)
         content.append(buffer, static_cast<std::size_t>(count));
-    int error = count < 0 ? errno : 0;
-    close(descriptor);
-    if (error) return " cannot be read: " + std::generic_category().message(error);
+    if (count < 0) return " cannot be read: " + std::generic_category().message(errno);
     return content.size() > largestFile ? " is larger than 64 MiB; give fewer items at a time" : "";
 }
 

@@ -9,19 +9,12 @@
 #include <new>
 #include <system_error>
 
+#include "platform/file_descriptor.h"
 #include "text/harmless_text.h"
 
 namespace tobrel::host {
 
 namespace {
-
-void writeAll(int descriptor, std::string_view text) {
-    while (!text.empty()) {
-        ssize_t written = write(descriptor, text.data(), text.size());
-        if (written <= 0) return;
-        text.remove_prefix(static_cast<std::size_t>(written));
-    }
-}
 
 constexpr const char* noMemory = "there is not enough memory; close other programs or raise the limit (ulimit -v)";
 
@@ -30,9 +23,7 @@ void endAtOnce() {
     try {
         if (std::current_exception()) throw;
     } catch (const std::bad_alloc&) {
-        writeAll(STDERR_FILENO, "tobrel-action: ");
-        writeAll(STDERR_FILENO, noMemory);
-        writeAll(STDERR_FILENO, "\n");
+        for (const char* part : {"tobrel-action: ", noMemory, "\n"}) writeWhole(STDERR_FILENO, part);
         struct sigaction action;
         bool leavesTerminalBehind = sigaction(SIGABRT, nullptr, &action) == 0 && action.sa_handler != SIG_DFL;
         if (!leavesTerminalBehind) _exit(cancelled);
@@ -65,7 +56,7 @@ void prepareProcess() {
 Options readCommandLine(int count, char* const words[]) {
     auto parsed = parseOptions(count, words);
     if (auto* information = std::get_if<Information>(&parsed)) {
-        writeAll(STDOUT_FILENO, information->text);
+        writeWhole(STDOUT_FILENO, information->text);
         std::exit(completed);
     }
     if (auto* error = std::get_if<UsageError>(&parsed)) {
@@ -76,7 +67,7 @@ Options readCommandLine(int count, char* const words[]) {
 }
 
 void say(const std::string& sentence) {
-    writeAll(STDERR_FILENO, "tobrel-action: " + harmless(sentence) + "\n");
+    writeWhole(STDERR_FILENO, "tobrel-action: " + harmless(sentence) + "\n");
 }
 
 }  // namespace tobrel::host

@@ -12,7 +12,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/linux/file_descriptor.h"
+#include "platform/file_descriptor.h"
 
 namespace tobrel::testing {
 

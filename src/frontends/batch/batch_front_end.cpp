@@ -1,10 +1,8 @@
 #include "frontends/batch/batch_front_end.h"
 
-#include <unistd.h>
-
 #include <boost/json.hpp>
-#include <cerrno>
 
+#include "platform/file_descriptor.h"
 #include "platform/main_loop.h"
 #include "text/harmless_text.h"
 #include "text/utf8.h"
@@ -23,16 +21,6 @@ std::string jsonLine(const batch::Record& record) {
     boost::json::object object;
     for (auto& [name, value] : record.members) object[name] = wellFormedUtf8(value);
     return boost::json::serialize(object);
-}
-
-bool writeAll(int descriptor, std::string_view text) {
-    while (!text.empty()) {
-        ssize_t written = ::write(descriptor, text.data(), text.size());
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return false;
-        text.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return true;
 }
 
 }  // namespace
@@ -99,7 +87,7 @@ void BatchFrontEnd::end(const batch::End& end) {
 bool BatchFrontEnd::write(const batch::Done& done) const {
     std::string text;
     for (auto& record : done.records) text += (form_ == Form::json ? jsonLine(record) : plainLine(record)) + "\n";
-    return writeAll(output_, text);
+    return writeWhole(output_, text);
 }
 
 }  // namespace tobrel

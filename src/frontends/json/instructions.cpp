@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "frontends/sheet/user.h"
+
 namespace tobrel {
 
 namespace json = boost::json;
@@ -114,7 +116,7 @@ void LineBuffer::add(std::string_view bytes) {
     while (!bytes.empty()) {
         std::size_t end = bytes.find('\n');
         std::string_view piece = bytes.substr(0, end);
-        unfinished_.isTooLong |= unfinished_.text.size() + piece.size() > longestLine;
+        unfinished_.isTooLong |= unfinished_.text.size() + piece.size() > sheet::longestLine;
         if (unfinished_.isTooLong)
             unfinished_.text = {};
         else

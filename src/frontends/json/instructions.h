@@ -14,8 +14,6 @@ namespace tobrel {
 // Cuts what is read into lines. Blank lines are left out; of a line that is too long nothing is kept.
 class LineBuffer {
 public:
-    static constexpr std::size_t longestLine = 1024 * 1024;
-
     struct Line {
         std::string text;
         bool isTooLong = false;

@@ -9,15 +9,17 @@
 #include <system_error>
 #include <utility>
 
+#include "platform/file_descriptor.h"
+
 namespace tobrel {
 
 namespace {
 
 constexpr std::size_t mostBacklog = 16 * 1024 * 1024;
 
-bool isReady(int descriptor, int milliseconds) {
+bool isReady(int descriptor) {
     pollfd output = {descriptor, POLLOUT, 0};
-    return poll(&output, 1, milliseconds) > 0;
+    return poll(&output, 1, 0) > 0;
 }
 
 // Takes what has been written off the text. False: the descriptor takes no more for good.
@@ -27,15 +29,6 @@ bool writeSome(int descriptor, std::string_view& text) {
     if (count < 0) return errno == EINTR || errno == EAGAIN;
     text.remove_prefix(static_cast<std::size_t>(count));
     return true;
-}
-
-bool writeWhole(int descriptor, std::string_view text) {
-    bool takesMore = true;
-    while (takesMore && !text.empty()) {
-        isReady(descriptor, -1);
-        takesMore = writeSome(descriptor, text);
-    }
-    return takesMore;
 }
 
 }  // namespace
@@ -62,7 +55,7 @@ void LineWriter::write(std::string line) {
 }
 
 std::string_view LineWriter::writeWithoutWaiting(std::string_view text) {
-    while (!text.empty() && !failed_ && isReady(descriptor_, 0)) failed_ = !writeSome(descriptor_, text);
+    while (!text.empty() && !failed_ && isReady(descriptor_)) failed_ = !writeSome(descriptor_, text);
     return text;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -8,6 +9,9 @@
 
 // What all front ends share: which button answers a user, and pressing it. Main thread only.
 namespace tobrel::sheet {
+
+// Of what a person or a script enters, so that memory stays bounded.
+inline constexpr std::size_t longestLine = std::size_t{1024} * 1024;
 
 // The visible, enabled button whose key is Return, or null.
 NSButton* defaultButton(const Rows& rows);

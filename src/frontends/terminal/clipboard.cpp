@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "frontends/terminal/raw_terminal.h"
+#include "platform/file_descriptor.h"
 
 namespace tobrel::terminal {
 
@@ -80,17 +81,13 @@ pid_t spawnTmux(int input, int output) {
 
 bool giveToTmux(const std::string& text) {
     std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::tmpfile(), std::fclose);
-    int ends[2];
-    if (!file || !writeAll(fileno(file.get()), text) || lseek(fileno(file.get()), 0, SEEK_SET) != 0) return false;
-    if (pipe2(ends, O_CLOEXEC) != 0) return false;
-    Descriptor reading(ends[0]);
-    pid_t process = 0;
-    {
-        Descriptor writing(ends[1]);
-        process = spawnTmux(fileno(file.get()), writing.number());
-    }
+    if (!file || !writeWhole(fileno(file.get()), text) || lseek(fileno(file.get()), 0, SEEK_SET) != 0) return false;
+    auto pipe = openPipe();
+    if (!pipe) return false;
+    pid_t process = spawnTmux(fileno(file.get()), pipe->writing.number());
     if (process == 0) return false;
-    if (!waitForEnd(reading.number())) kill(process, SIGKILL);
+    pipe->writing = FileDescriptor();
+    if (!waitForEnd(pipe->reading.number())) kill(process, SIGKILL);
     int status = 0;
     return waitpid(process, &status, 0) == process && status == 0;
 }
@@ -117,9 +114,9 @@ bool Clipboard::sendToTerminal() const {
     auto sequence = clipboardSequence(note_.about);
     // The Linux console has no clipboard.
     if (!sequence || !environment_.takesEscapeSequences() || environment_.term == "linux") return false;
-    if (isatty(output_)) return writeAll(output_, *sequence);
-    Descriptor terminal(open(environment_.controllingTerminal.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC));
-    return terminal.number() >= 0 && isatty(terminal.number()) && writeAll(terminal.number(), *sequence);
+    if (isatty(output_)) return showOn(output_, *sequence);
+    FileDescriptor terminal(open(environment_.controllingTerminal.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC));
+    return terminal && isatty(terminal.number()) && showOn(terminal.number(), *sequence);
 }
 
 }  // namespace tobrel::terminal

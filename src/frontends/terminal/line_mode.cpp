@@ -17,9 +17,6 @@ namespace tobrel::terminal {
 
 namespace {
 
-// Longer input without a line break is taken as a line, so that memory stays bounded.
-constexpr std::size_t longestLine = 1 << 20;
-
 std::vector<std::uint64_t> identitiesOf(const Rows& rows) {
     std::vector<std::uint64_t> identities;
     for (auto& control : controlsOf(rows)) identities.push_back(control.view().id());
@@ -52,7 +49,8 @@ std::vector<std::string> newsIn(const std::vector<std::string>& lines, const std
 
 std::optional<std::string> LineInput::take() {
     std::size_t end = unread_.find('\n');
-    bool isLast = end == std::string::npos && (ended_ || unread_.size() > longestLine) && !unread_.empty();
+    // Longer input without a line break is taken as a line.
+    bool isLast = end == std::string::npos && (ended_ || unread_.size() > sheet::longestLine) && !unread_.empty();
     if (end == std::string::npos && !isLast) return std::nullopt;
     std::string line = unread_.substr(0, end);
     unread_.erase(0, isLast ? end : end + 1);
@@ -153,7 +151,7 @@ void LineMode::prompt() {
         help.insert(help.begin(), "");
         print(help);
     }
-    writeAll(terminal_.output, "> ");
+    showOn(terminal_.output, "> ");
     prompt_ = Prompt::standing;
 }
 
@@ -185,7 +183,7 @@ void LineMode::print(const std::vector<std::string>& lines) {
     std::string bytes = prompt_ == Prompt::standing ? "\n" : "";
     if (prompt_ == Prompt::standing) prompt_ = Prompt::none;
     for (auto& line : lines) bytes += line + "\n";
-    writeAll(terminal_.output, bytes);
+    showOn(terminal_.output, bytes);
 }
 
 }  // namespace tobrel::terminal

@@ -56,7 +56,7 @@ Ending endingOf(const Terminal& terminal, const sheet::Rows& rows, int columns, 
 void writeResult(const Terminal& terminal, const Ending& ending) {
     std::string bytes;
     for (auto& line : ending.result) bytes += line + "\n";
-    writeAll(terminal.result, bytes);
+    showOn(terminal.result, bytes);
 }
 
 }  // namespace terminal

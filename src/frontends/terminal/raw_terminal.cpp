@@ -1,7 +1,6 @@
 #include "frontends/terminal/raw_terminal.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <signal.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -26,7 +25,7 @@ struct Shared {
     int input = -1;
     int output = -1;
     termios original;
-    int eventPipe[2] = {-1, -1};
+    int events = -1;
     std::array<struct sigaction, eventSignals.size()> formerEventActions;
     // Only those that nobody else handles are handled here.
     std::array<bool, fatalSignals.size()> handlesFatal;
@@ -36,7 +35,7 @@ Shared shared;
 void noteEvent(int signal) {
     int error = errno;
     auto byte = static_cast<char>(signal);
-    [[maybe_unused]] ssize_t written = write(shared.eventPipe[1], &byte, 1);
+    [[maybe_unused]] ssize_t written = write(shared.events, &byte, 1);
     errno = error;
 }
 
@@ -74,23 +73,8 @@ TerminalSize sizeOfTerminal(int descriptor) {
     return {window.ws_col, window.ws_row};
 }
 
-bool writeAll(int descriptor, std::string_view bytes) {
-    constexpr int patienceInMilliseconds = 5000;
-    while (!bytes.empty()) {
-        ssize_t written = write(descriptor, bytes.data(), bytes.size());
-        if (written >= 0) {
-            bytes.remove_prefix(static_cast<std::size_t>(written));
-            continue;
-        }
-        if (errno == EINTR) continue;
-        pollfd writable = {descriptor, POLLOUT, 0};
-        if (errno != EAGAIN || poll(&writable, 1, patienceInMilliseconds) == 0) return false;
-    }
-    return true;
-}
-
-Descriptor::~Descriptor() {
-    if (number_ >= 0) close(number_);
+bool showOn(int terminal, std::string_view bytes) {
+    return writeWhole(terminal, bytes, std::chrono::seconds(5));
 }
 
 RawTerminal::RawTerminal(int input, int output) : input_(input), output_(output) {
@@ -103,7 +87,10 @@ RawTerminal::RawTerminal(int input, int output) : input_(input), output_(output)
     raw_.c_cc[VMIN] = 1;
     raw_.c_cc[VTIME] = 0;
 
-    if (pipe2(shared.eventPipe, O_CLOEXEC | O_NONBLOCK) != 0) shared.eventPipe[0] = shared.eventPipe[1] = -1;
+    if (auto pipe = openPipe()) events_ = std::move(*pipe);
+    // A handler never waits, and reading ends where nothing is left.
+    for (const FileDescriptor* end : {&events_.reading, &events_.writing}) fcntl(end->number(), F_SETFL, O_NONBLOCK);
+    shared.events = events_.writing.number();
     auto action = actionFor(noteEvent, SA_RESTART);
     for (std::size_t i = 0; i < eventSignals.size(); ++i)
         sigaction(eventSignals[i], &action, &shared.formerEventActions[i]);
@@ -117,18 +104,17 @@ RawTerminal::~RawTerminal() {
         if (shared.handlesFatal[i]) signal(fatalSignals[i], SIG_DFL);
     for (std::size_t i = 0; i < eventSignals.size(); ++i)
         sigaction(eventSignals[i], &shared.formerEventActions[i], nullptr);
-    for (int& descriptor : shared.eventPipe)
-        if (descriptor >= 0) close(std::exchange(descriptor, -1));
+    shared.events = -1;
 }
 
 int RawTerminal::eventDescriptor() const {
-    return shared.eventPipe[0];
+    return events_.reading.number();
 }
 
 RawTerminal::Events RawTerminal::takeEvents() {
     Events events;
     char signal;
-    while (read(shared.eventPipe[0], &signal, 1) == 1) {
+    while (read(events_.reading.number(), &signal, 1) == 1) {
         events.resized |= signal == SIGWINCH;
         events.stopping |= signal == SIGTSTP;
         events.continued |= signal == SIGCONT;
@@ -138,11 +124,11 @@ RawTerminal::Events RawTerminal::takeEvents() {
 
 void RawTerminal::enter() {
     tcsetattr(input_, TCSADRAIN, &raw_);
-    writeAll(output_, enterSequence);
+    showOn(output_, enterSequence);
 }
 
 void RawTerminal::leave() {
-    writeAll(output_, leaveSequence);
+    showOn(output_, leaveSequence);
     tcsetattr(input_, TCSADRAIN, &shared.original);
 }
 

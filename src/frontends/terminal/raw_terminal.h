@@ -5,27 +5,15 @@
 #include <string_view>
 
 #include "frontends/terminal/frame.h"
+#include "platform/file_descriptor.h"
 
 namespace tobrel::terminal {
 
 // 80 x 24 where the terminal does not say.
 TerminalSize sizeOfTerminal(int descriptor);
 
-// Writes it whole; gives up where the reader has gone or takes nothing more for a few seconds.
-bool writeAll(int descriptor, std::string_view bytes);
-
-// Closes what it holds; -1 is nothing.
-class Descriptor {
-public:
-    explicit Descriptor(int number) : number_(number) {}
-    ~Descriptor();
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int number() const { return number_; }
-
-private:
-    const int number_;
-};
+// Writes it whole; gives up where nobody reads or nothing more is taken for a few seconds.
+bool showOn(int terminal, std::string_view bytes);
 
 // A terminal that gives every key at once and shows nothing by itself, restored when this ends and before a signal
 // ends the process. One at a time. Main thread only.
@@ -55,6 +43,7 @@ private:
 
     const int input_;
     const int output_;
+    Pipe events_;
     termios raw_;
 };
 

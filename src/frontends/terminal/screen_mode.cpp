@@ -184,7 +184,7 @@ void ScreenMode::press(NSButton& button, const Rows& rows) {
 }
 
 void ScreenMode::suspend() {
-    writeAll(terminal_.output, erasing());
+    showOn(terminal_.output, erasing());
     frame_ = {};
     raw_->stopJob();
 }
@@ -289,7 +289,7 @@ void ScreenMode::draw() {
         bytes += cursorMove(static_cast<int>(frame_.lines.size() - 1 - frame_.cursor->line), 'A');
         bytes += cursorMove(frame_.cursor->column, 'C') + "\x1B[?25h";
     }
-    writeAll(terminal_.output, bytes + "\x1B[?2026l");
+    showOn(terminal_.output, bytes + "\x1B[?2026l");
 }
 
 // A terminal that was made too small for what stood on it gives the rest back when it grows again.
@@ -325,7 +325,7 @@ void ScreenMode::requestEnded(End end, const std::optional<std::string>& unopene
     }
     std::string bytes = erasing() + "\x1B[?25h";
     for (auto& line : message) bytes += line + "\r\n";
-    writeAll(terminal_.output, bytes);
+    showOn(terminal_.output, bytes);
     frame_ = {};
     writeResult(terminal_, ending);
 }

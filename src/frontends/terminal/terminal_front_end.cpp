@@ -39,9 +39,9 @@ void TerminalFrontEnd::appear() {
 
 // Whoever sits before it answers the sheet there, while the output gets the result.
 int TerminalFrontEnd::terminalForSheet() {
-    int opened = open(environment_.controllingTerminal.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    controllingTerminal_ = std::make_unique<terminal::Descriptor>(opened);
-    if (isatty(opened)) return opened;
+    controllingTerminal_ =
+        FileDescriptor(open(environment_.controllingTerminal.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
+    if (isatty(controllingTerminal_.number())) return controllingTerminal_.number();
     return isatty(STDERR_FILENO) ? STDERR_FILENO : output_;
 }
 
@@ -67,7 +67,7 @@ bool TerminalFrontEnd::openURL(const std::string& url) {
 }
 
 void TerminalFrontEnd::beep() {
-    if (isatty(terminal_->output)) terminal::writeAll(terminal_->output, "\a");
+    if (isatty(terminal_->output)) terminal::showOn(terminal_->output, "\a");
     if (mode_) mode_->beeped();
 }
 

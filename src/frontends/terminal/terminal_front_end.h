@@ -5,13 +5,13 @@
 #include <string>
 
 #include "frontends/terminal/mode.h"
+#include "platform/file_descriptor.h"
 #include "platform/front_end.h"
 
 namespace tobrel {
 
 namespace terminal {
 class Clipboard;
-class Descriptor;
 class Mode;
 struct Terminal;
 }  // namespace terminal
@@ -47,7 +47,7 @@ private:
     const TerminalEnvironment environment_;
     NSWorkspace& browser_;
     // Declared in the order of their use: the mode goes first.
-    std::unique_ptr<terminal::Descriptor> controllingTerminal_;
+    FileDescriptor controllingTerminal_;
     std::unique_ptr<terminal::Clipboard> clipboard_;
     std::unique_ptr<terminal::Terminal> terminal_;
     std::unique_ptr<terminal::Mode> mode_;

@@ -3,7 +3,7 @@
 #include <csignal>
 
 #include "platform/end_signals.h"
-#include "platform/linux/file_descriptor.h"
+#include "platform/file_descriptor.h"
 
 namespace tobrel {
 

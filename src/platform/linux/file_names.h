@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/file_descriptor.h"
 #include "platform/files.h"
-#include "platform/linux/file_descriptor.h"
 
 // The names of a folder's files: what stands under them, what is made beside them, and how they change hands.
 namespace tobrel {

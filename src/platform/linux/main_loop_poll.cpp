@@ -27,20 +27,15 @@ private:
 
 constexpr std::chrono::milliseconds longestDelay = std::chrono::hours(24 * 365);
 
-int openEventDescriptor() {
-    int descriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    if (descriptor < 0) throw std::system_error(errno, std::generic_category(), "eventfd");
-    return descriptor;
-}
-
 }  // namespace
 
-PollMainLoop::PollMainLoop() : wakeDescriptor_(openEventDescriptor()) {}
+PollMainLoop::PollMainLoop() : wakeDescriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+    if (!wakeDescriptor_) throw std::system_error(errno, std::generic_category(), "eventfd");
+}
 
 PollMainLoop::~PollMainLoop() {
     // Outside the lock, and again: what a block captured may queue further blocks while it is destroyed.
     while (nextBlock()) continue;
-    close(wakeDescriptor_);
 }
 
 void PollMainLoop::async(std::function<void()> block) {
@@ -49,7 +44,7 @@ void PollMainLoop::async(std::function<void()> block) {
     if (blocks_.size() > 1) return;
     // Under the lock, so that whoever empties the queue before destruction knows this call to be over.
     const std::uint64_t one = 1;
-    [[maybe_unused]] ssize_t written = write(wakeDescriptor_, &one, sizeof one);
+    [[maybe_unused]] ssize_t written = write(wakeDescriptor_.number(), &one, sizeof one);
 }
 
 void PollMainLoop::watchInput(int descriptor, std::function<void()> readable) {
@@ -105,7 +100,7 @@ bool PollMainLoop::runBlocks() {
 }
 
 bool PollMainLoop::waitAndHandle() {
-    std::vector<pollfd> descriptors = {{wakeDescriptor_, POLLIN, 0}};
+    std::vector<pollfd> descriptors = {{wakeDescriptor_.number(), POLLIN, 0}};
     std::vector<Handler> handlers = {nullptr};
     for (auto& [descriptor, handler] : inputs_) {
         descriptors.push_back({descriptor, POLLIN, 0});
@@ -116,7 +111,7 @@ bool PollMainLoop::waitAndHandle() {
     bool worked = false;
     if (descriptors[0].revents) {
         std::uint64_t count;
-        [[maybe_unused]] ssize_t got = read(wakeDescriptor_, &count, sizeof count);
+        [[maybe_unused]] ssize_t got = read(wakeDescriptor_.number(), &count, sizeof count);
     }
     for (std::size_t i = 1; i < descriptors.size() && !stopped_; ++i) {
         if (!descriptors[i].revents) continue;

@@ -4,6 +4,7 @@
 #include <map>
 #include <mutex>
 
+#include "platform/file_descriptor.h"
 #include "platform/main_loop.h"
 
 namespace tobrel {
@@ -38,7 +39,7 @@ private:
     bool runDueTimers();
     int millisecondsToWait();
 
-    const int wakeDescriptor_;
+    const FileDescriptor wakeDescriptor_;
     std::map<int, Handler> inputs_;
     // A handler belongs to its Timer, and has expired with it.
     std::multimap<Clock::time_point, std::weak_ptr<const std::function<void()>>> timers_;

@@ -12,7 +12,8 @@
 #include <sstream>
 #include <thread>
 
-#include "platform/linux/file_descriptor.h"
+#include "frontends/sheet/user.h"
+#include "platform/file_descriptor.h"
 #include "platform/linux/main_loop_poll.h"
 
 namespace tobrel {
@@ -171,7 +172,7 @@ TEST_F(JsonFrontEndTest, RefusesWithAReasonAndChangesNothing) {
     const std::pair<std::string, std::string> cases[] = {
         {"[1]", "not a JSON object"},
         {"{\"do\":\"click\",\"title\":\"\xFF\"}", "not a JSON object"},
-        {std::string(2 * LineBuffer::longestLine, ' ') + "{}", "longer than 1 MiB"},
+        {std::string(2 * sheet::longestLine, ' ') + "{}", "longer than 1 MiB"},
         {R"({"do":"dance"})", "“do” must be"},
         {R"({"do":"close","now":true})", "takes no “now”"},
         {R"({"do":"click","title":"Create Link","id":1})", "either “title” or “id”"},

@@ -6,7 +6,7 @@
 
 #include <chrono>
 
-#include "platform/linux/file_descriptor.h"
+#include "platform/file_descriptor.h"
 #include "support/environment.h"
 #include "support/temporary_folder.h"
 

@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "frontends/terminal/terminal_front_end.h"
-#include "platform/linux/file_descriptor.h"
+#include "platform/file_descriptor.h"
 #include "support/sheet_host.h"
 #include "support/temporary_folder.h"
 

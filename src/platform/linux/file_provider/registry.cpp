@@ -11,6 +11,7 @@
 #include <cstring>
 #include <thread>
 
+#include "platform/file_descriptor.h"
 #include "platform/linux/file_provider/sqlite_database.h"
 #include "text/harmless_text.h"
 
@@ -89,17 +90,14 @@ public:
     explicit CreationLock(const std::string& folder)
         : descriptor_(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
         auto end = std::chrono::steady_clock::now() + longestWait;
-        while (flock(descriptor_, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        while (flock(descriptor_.number(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
             if (std::chrono::steady_clock::now() > end) throw SqliteFault::busy;
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
     }
-    ~CreationLock() { close(descriptor_); }
-    CreationLock(const CreationLock&) = delete;
-    CreationLock& operator=(const CreationLock&) = delete;
 
 private:
-    const int descriptor_;
+    const FileDescriptor descriptor_;
 };
 
 // 64 MiB: with SQLite's own 2 MiB a million items take more than twice as long.
@@ -175,9 +173,7 @@ void FileProviderRegistry::create() const {
     std::string fresh = file_ + ".new";
     unlink(fresh.c_str());
     removeLogsOf(fresh);
-    int descriptor = open(fresh.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (descriptor < 0) throw SqliteFault::noAccess;
-    close(descriptor);
+    if (!FileDescriptor(open(fresh.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600))) throw SqliteFault::noAccess;
     try {
         SqliteDatabase database(fresh);
         database.tidyUpOnClose();

@@ -2,9 +2,10 @@
 
 #include <fcntl.h>
 #include <sqlite3.h>
-#include <unistd.h>
 
 #include <cstdio>
+
+#include "platform/file_descriptor.h"
 
 namespace tobrel {
 
@@ -42,8 +43,7 @@ SqliteFault faultOf(int code) {
 
 // The file for sharing must be there, but may be empty.
 std::string uriWithoutSharing(const std::string& path) {
-    int empty = open((path + "-shm").c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0600);
-    if (empty >= 0) close(empty);
+    FileDescriptor(open((path + "-shm").c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0600));
     std::string uri = "file:";
     for (unsigned char c : path) {
         char escape[4];

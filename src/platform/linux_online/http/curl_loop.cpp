@@ -3,7 +3,6 @@
 #include <curl/curl.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -38,21 +37,14 @@ struct CurlLoop::Callbacks {
     }
 };
 
-CurlLoop::Descriptor::Descriptor(int descriptor) : descriptor_(descriptor) {
-    if (descriptor < 0) throw std::system_error(errno, std::generic_category());
-}
-
-CurlLoop::Descriptor::~Descriptor() {
-    close(descriptor_);
-}
-
 void CurlLoop::Cleanup::operator()(void* multi) const {
     curl_multi_cleanup(multi);
 }
 
 CurlLoop::CurlLoop() : poll_(epoll_create1(EPOLL_CLOEXEC)), wakeUp_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-    epoll_event event{.events = EPOLLIN, .data = {.fd = wakeUp_.value()}};
-    epoll_ctl(poll_.value(), EPOLL_CTL_ADD, wakeUp_.value(), &event);
+    if (!poll_ || !wakeUp_) throw std::system_error(errno, std::generic_category());
+    epoll_event event{.events = EPOLLIN, .data = {.fd = wakeUp_.number()}};
+    epoll_ctl(poll_.number(), EPOLL_CTL_ADD, wakeUp_.number(), &event);
 }
 
 CurlLoop::~CurlLoop() = default;
@@ -90,7 +82,7 @@ void CurlLoop::turn(std::optional<Clock::time_point> latest) {
         wait = static_cast<int>(std::clamp<long long>(left, 0, 60'000));
     }
     epoll_event events[64];
-    int count = epoll_wait(poll_.value(), events, std::size(events), wait);
+    int count = epoll_wait(poll_.number(), events, std::size(events), wait);
     for (int index = 0; index < count; ++index) happened(events[index].data.fd, events[index].events);
     if (due_ && *due_ <= Clock::now()) {
         due_.reset();
@@ -100,7 +92,7 @@ void CurlLoop::turn(std::optional<Clock::time_point> latest) {
 }
 
 void CurlLoop::happened(int socket, std::uint32_t events) {
-    if (socket == wakeUp_.value()) {
+    if (socket == wakeUp_.number()) {
         eventfd_t count = 0;
         eventfd_read(socket, &count);
         return;
@@ -118,7 +110,7 @@ void CurlLoop::watch(int socket, std::uint32_t wanted) {
     if (index >= watched_.size()) watched_.resize(index + 1);
     int change = wanted == 0 ? EPOLL_CTL_DEL : watched_[index] == 0 ? EPOLL_CTL_ADD : EPOLL_CTL_MOD;
     epoll_event event{.events = wanted, .data = {.fd = socket}};
-    epoll_ctl(poll_.value(), change, socket, &event);
+    epoll_ctl(poll_.number(), change, socket, &event);
     watched_[index] = wanted;
 }
 
@@ -136,7 +128,7 @@ std::optional<std::pair<CurlTransfer*, int>> CurlLoop::nextEnded() {
 }
 
 void CurlLoop::wake() {
-    eventfd_write(wakeUp_.value(), 1);
+    eventfd_write(wakeUp_.number(), 1);
 }
 
 }  // namespace tobrel

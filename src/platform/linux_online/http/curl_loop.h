@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/file_descriptor.h"
+
 namespace tobrel {
 
 class CurlTransfer;
@@ -37,23 +39,12 @@ private:
     struct Cleanup {
         void operator()(void* multi) const;
     };
-    class Descriptor {
-    public:
-        explicit Descriptor(int descriptor);
-        ~Descriptor();
-        Descriptor(const Descriptor&) = delete;
-        Descriptor& operator=(const Descriptor&) = delete;
-        int value() const { return descriptor_; }
-
-    private:
-        int descriptor_;
-    };
 
     void watch(int socket, std::uint32_t wanted);
     void happened(int socket, std::uint32_t events);
 
-    Descriptor poll_;
-    Descriptor wakeUp_;
+    const FileDescriptor poll_;
+    const FileDescriptor wakeUp_;
     std::vector<std::uint32_t> watched_;
     std::optional<Clock::time_point> due_;
     std::unique_ptr<void, Cleanup> multi_;

@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <thread>
 
-#include "platform/linux/file_descriptor.h"
+#include "platform/file_descriptor.h"
 #include "support/program.h"
 #include "support/temporary_folder.h"
 

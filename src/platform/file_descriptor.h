@@ -2,6 +2,9 @@
 
 #include <unistd.h>
 
+#include <chrono>
+#include <optional>
+#include <string_view>
 #include <utility>
 
 namespace tobrel {
@@ -25,5 +28,17 @@ public:
 private:
     int number_;
 };
+
+// Closed in programs that are started from here. Nothing where no more files may be open.
+struct Pipe {
+    FileDescriptor reading;
+    FileDescriptor writing;
+};
+std::optional<Pipe> openPipe();
+
+// Writes all of it, also where the descriptor does not block. False where it takes no more for good (closed, full, no
+// reader), or nothing for as long as the patience lasts, which is for ever where none is given. SIGPIPE must be
+// ignored.
+bool writeWhole(int descriptor, std::string_view bytes, std::optional<std::chrono::milliseconds> patience = {});
 
 }  // namespace tobrel
