@@ -27,7 +27,6 @@ namespace tobrel::admin {
 
 namespace {
 
-constexpr std::size_t largestFile = std::size_t{1024} * 1024;
 constexpr mode_t forOthers = 077;
 
 bool isWritableFolder(const std::string& path) {
@@ -130,7 +129,7 @@ Finding checkSettings(Composition& composition) {
     constexpr const char* setServer = "set the server's address with: tobrel-admin server URL";
     struct stat status = {};
     if (stat(path.c_str(), &status) != 0 && errno == ENOENT) return {check, name + " does not exist", setServer};
-    auto content = readWhole(composition.files(), path, largestFile);
+    auto content = readWhole(composition.files(), path, largestSettings);
     const FileTrust trust = composition.files().trust(path);
     const Distrust why = distrust(trust);
     if (!trust.isTheUsers()) return {check, name + " is not used, because " + why.what, why.wayOut};

@@ -20,8 +20,6 @@ namespace tobrel::admin {
 
 namespace {
 
-constexpr std::size_t largestFile = std::size_t{1024} * 1024;
-
 // Between "://" and the path.
 std::string_view authorityOf(std::string_view address) {
     std::size_t start = address.find("://");
@@ -85,7 +83,7 @@ int write(Files& files, const std::string& address) {
     }
     auto lock = files.createFolder(folder, 0700) ? files.lock(path) : nullptr;
     if (!lock) return failed("The folder " + inQuotes(folder) + " cannot be written.");
-    auto content = exists(path) ? readWhole(files, path, largestFile) : "";
+    auto content = exists(path) ? readWhole(files, path, largestSettings) : "";
     if (!content) return failed(inQuotes(path) + " is no file that can be read; remove it and try again.");
     auto changed = withTextMember(*content, "server", address);
     if (!changed) return failed(inQuotes(path) + " holds no JSON object; correct or remove it and try again.");

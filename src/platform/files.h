@@ -86,6 +86,9 @@ public:
     virtual std::unique_ptr<FolderLock> lock(const std::string& path) = 0;
 };
 
+// Of the settings, and of the keychain's file.
+inline constexpr std::size_t largestSettings = std::size_t{1024} * 1024;
+
 // The whole file, or nothing where it cannot be read or is larger than the limit.
 std::optional<std::string> readWhole(Files& files, const std::string& path, std::size_t limit);
 

@@ -10,14 +10,12 @@ namespace tobrel::Config {
 
 namespace {
 
-constexpr std::size_t largestFile = std::size_t{1024} * 1024;
-
 std::string textMember(const char* name) {
     Files& files = platform::current().files;
     const std::string path = Paths::in("config.json");
     // The key goes where this file says, so nobody else may have a hand in it.
     if (!files.trust(path).isTheUsers()) return {};
-    auto content = readWhole(files, path, largestFile);
+    auto content = readWhole(files, path, largestSettings);
     if (!content) return {};
     auto settings = json::parseObject(*content);
     return settings ? json::string(*settings, name).value_or("") : "";

@@ -15,7 +15,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/linux/file_descriptor.h"
+#include "platform/file_descriptor.h"
 #include "text/url.h"
 
 namespace tobrel {

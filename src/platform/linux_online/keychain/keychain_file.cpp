@@ -16,8 +16,6 @@ namespace tobrel {
 
 namespace {
 
-constexpr std::size_t largestFile = std::size_t{1024} * 1024;
-
 void appendField(std::string& text, const std::string& field) {
     for (int shift = 0; shift < 32; shift += 8) text += static_cast<char>(field.size() >> shift & 0xFF);
     text += field;
@@ -166,7 +164,7 @@ KeychainFile::State KeychainFile::examine() const {
 KeychainFile::Content KeychainFile::read() {
     State state = examine();
     if (state != State::readable) return {state, {}};
-    auto sealed = readWhole(files_, path_, largestFile);
+    auto sealed = readWhole(files_, path_, largestSettings);
     if (!sealed) return {State::unreadable, {}};
     auto text = unseal(*sealed, machineIdentity());
     auto items = text ? decode(*text) : std::nullopt;
@@ -177,7 +175,7 @@ KeychainFile::Content KeychainFile::read() {
 OSStatus KeychainFile::write(const std::vector<KeychainItem>& items) {
     auto sealed = seal(encode(items), machineIdentity());
     if (!sealed) return errSecIO;
-    if (sealed->size() > largestFile) return errSecParam;
+    if (sealed->size() > largestSettings) return errSecParam;
     errno = 0;
     auto replacement = files_.replace(path_);
     bool written = replacement && replacement->write(*sealed) && replacement->commit();
