@@ -14,9 +14,9 @@
 #include "admin/compose.h"
 #include "admin/subcommand.h"
 #include "platform/files.h"
-#include "platform/linux/data_folder.h"
 #include "platform/linux/file_names.h"
 #include "platform/linux/file_provider/registry.h"
+#include "platform/linux/user_database_posix.h"
 #include "platform/user_database.h"
 #include "state/paths.h"
 #include "state/queue_reader.h"
@@ -110,7 +110,7 @@ Finding checkPrivateFolder() {
     struct stat status = {};
     if (stat(path.c_str(), &status) != 0)
         return {check, name + " does not exist", "make it with: tobrel-admin server URL"};
-    if (!S_ISDIR(status.st_mode)) return {check, name + " is no folder", "move away what lies there"};
+    if (!S_ISDIR(status.st_mode)) return {check, name + " is not a folder", "move away what lies there"};
     if (status.st_uid != geteuid())
         return {check, name + " belongs to another user", "give it to the user who runs this"};
     if (status.st_mode & forOthers) return {check, "others may look into " + name, "chmod 700 " + quoted(path)};
@@ -140,7 +140,7 @@ Finding checkSettings(Composition& composition) {
         return {check, name + " holds no JSON object", "correct it, or move it away, then: tobrel-admin server URL"};
     for (const char* member : {"server", "api_key"})
         if (auto* value = object->if_contains(member); value && !value->is_string())
-            return {check, "“" + std::string(member) + "” in " + name + " is no text", "correct it, or take it out"};
+            return {check, "“" + std::string(member) + "” in " + name + " is not a text", "correct it, or take it out"};
     if (!object->contains("server")) return {check, name + " names no server", setServer};
     if (object->contains("api_key") && status.st_mode & forOthers)
         return {check, "others can read the API key in " + name, "chmod 600 " + quoted(path)};
@@ -163,7 +163,7 @@ std::vector<Finding> checkPinQueue(Composition& composition) {
     bool exists = lstat(path.c_str(), &status) == 0 || errno != ENOENT;
     auto file = composition.files().open(path);
     if (exists && !(file && readQueue(*file, nothing)))
-        findings.push_back({check, inQuotes(path) + " is no queue of pin requests that can be read",
+        findings.push_back({check, inQuotes(path) + " cannot be read as a queue of pin requests",
                             "correct it; otherwise the next pin command sets it aside"});
     if (findings.empty()) findings.push_back({check, exists ? inQuotes(path) + " is well" : "there is none yet", ""});
     return findings;
@@ -180,7 +180,7 @@ std::vector<Finding> checkDomains(Composition& composition) {
         std::string name = inQuotes(domain.identifier) + ": " + inQuotes(domain.root);
         struct stat status = {};
         if (stat(domain.root.c_str(), &status) != 0 || !S_ISDIR(status.st_mode))
-            findings.push_back({check, name + " is no folder",
+            findings.push_back({check, name + " is not a folder",
                                 "bring it back, or: tobrel-admin domain remove " + quoted(domain.identifier)});
         else if (access(domain.root.c_str(), R_OK | X_OK) != 0)
             findings.push_back({check, name + " cannot be read", "chmod u+rx " + quoted(domain.root)});

@@ -3,7 +3,6 @@
 
 #include "admin/listing.h"
 #include "admin/subcommand.h"
-#include "platform/linux/data_folder.h"
 #include "platform/linux/file_provider/registry.h"
 #include "platform/linux/user_database_posix.h"
 

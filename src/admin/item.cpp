@@ -8,7 +8,6 @@
 #include "admin/import_lines.h"
 #include "admin/listing.h"
 #include "admin/subcommand.h"
-#include "platform/linux/data_folder.h"
 #include "platform/linux/file_provider/registry.h"
 #include "platform/linux/user_database_posix.h"
 #include "text/harmless_text.h"

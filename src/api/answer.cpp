@@ -1,6 +1,10 @@
 #include "api/answer.h"
 
+#include <utility>
+
+#include "dispatch/uilog.h"
 #include "platform/http.h"
+#include "platform/platform.h"
 #include "text/json.h"
 
 namespace tobrel {
@@ -34,3 +38,36 @@ Reading readAnswer(const URLSessionAnswer& answer) {
 }
 
 }  // namespace tobrel
+
+namespace tobrel::API {
+
+namespace {
+
+void log(const Reading& reading, const URLSessionAnswer& answer, const std::string& label) {
+    switch (reading.kind) {
+        case AnswerKind::success:
+            return;
+        case AnswerKind::unreachable:
+            return osLog(uilog(), OSLogType::error, "%{public}@ failed: %{public}@", label,
+                         answer.error->localizedDescription());
+        case AnswerKind::refused:
+            return osLog(uilog(), OSLogType::error, "%{public}@ -> HTTP %d", label, reading.status);
+        case AnswerKind::unreadable:
+            return osLog(uilog(), OSLogType::error, "%{public}@ -> unreadable response", label);
+    }
+}
+
+}  // namespace
+
+void send(URLRequest request, std::function<void(ApiResult)> completion) {
+    std::string label = request.url.empty() ? "?" : request.url;
+    platform::online().urlSession.dataTask(
+        std::move(request),
+        [label = std::move(label), completion = std::move(completion)](const URLSessionAnswer& answer) {
+            Reading reading = readAnswer(answer);
+            log(reading, answer, label);
+            completion(std::move(reading.result));
+        });
+}
+
+}  // namespace tobrel::API

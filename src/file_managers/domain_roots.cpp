@@ -4,7 +4,6 @@
 
 #include <algorithm>
 
-#include "platform/linux/data_folder.h"
 #include "platform/linux/file_provider/local_path.h"
 #include "platform/linux/file_provider/registry.h"
 #include "platform/linux/user_database_posix.h"

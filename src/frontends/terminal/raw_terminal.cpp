@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -26,6 +27,9 @@ struct Shared {
     int output = -1;
     termios original;
     int events = -1;
+    int heldErrors = -1;
+    // Where standard error leads; -1 while nothing is held back.
+    int errors = -1;
     std::array<struct sigaction, eventSignals.size()> formerEventActions;
     // Only those that nobody else handles are handled here.
     std::array<bool, fatalSignals.size()> handlesFatal;
@@ -39,11 +43,21 @@ void noteEvent(int signal) {
     errno = error;
 }
 
+// Also from a signal's handler.
+void releaseErrors() {
+    if (shared.errors < 0) return;
+    dup2(std::exchange(shared.errors, -1), STDERR_FILENO);
+    char bytes[4096];
+    for (ssize_t count; (count = read(shared.heldErrors, bytes, sizeof bytes)) > 0;)
+        [[maybe_unused]] ssize_t written = write(STDERR_FILENO, bytes, static_cast<std::size_t>(count));
+}
+
 void restoreAndDie(int signal) {
     [[maybe_unused]] ssize_t written = write(shared.output, leaveSequence.data(), leaveSequence.size());
     written = write(shared.output, "\r\n", 2);
     tcsetattr(shared.input, TCSANOW, &shared.original);
-    // The handler has reset itself.
+    releaseErrors();
+    // The signal has its default action again (SA_RESETHAND).
     raise(signal);
 }
 
@@ -63,6 +77,17 @@ void handleFatalSignals() {
         shared.handlesFatal[i] = !(former.sa_flags & SA_SIGINFO) && former.sa_handler == SIG_DFL;
         if (shared.handlesFatal[i]) sigaction(fatalSignals[i], &action, nullptr);
     }
+}
+
+bool isSameTerminal(int one, int other) {
+    struct stat first, second;
+    if (!isatty(one) || !isatty(other) || fstat(one, &first) != 0 || fstat(other, &second) != 0) return false;
+    // "/dev/tty" is a device of its own, so the session that a terminal controls is compared as well.
+    return first.st_rdev == second.st_rdev || (tcgetsid(one) != -1 && tcgetsid(one) == tcgetsid(other));
+}
+
+void setNonBlocking(const Pipe& pipe) {
+    for (const FileDescriptor* end : {&pipe.reading, &pipe.writing}) fcntl(end->number(), F_SETFL, O_NONBLOCK);
 }
 
 }  // namespace
@@ -89,7 +114,7 @@ RawTerminal::RawTerminal(int input, int output) : input_(input), output_(output)
 
     if (auto pipe = openPipe()) events_ = std::move(*pipe);
     // A handler never waits, and reading ends where nothing is left.
-    for (const FileDescriptor* end : {&events_.reading, &events_.writing}) fcntl(end->number(), F_SETFL, O_NONBLOCK);
+    setNonBlocking(events_);
     shared.events = events_.writing.number();
     auto action = actionFor(noteEvent, SA_RESTART);
     for (std::size_t i = 0; i < eventSignals.size(); ++i)
@@ -125,11 +150,26 @@ RawTerminal::Events RawTerminal::takeEvents() {
 void RawTerminal::enter() {
     tcsetattr(input_, TCSADRAIN, &raw_);
     showOn(output_, enterSequence);
+    holdErrors();
+}
+
+void RawTerminal::holdErrors() {
+    if (shared.errors >= 0 || !isSameTerminal(STDERR_FILENO, output_)) return;
+    auto pipe = openPipe();
+    FileDescriptor errors(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    if (!pipe || !errors) return;
+    setNonBlocking(*pipe);
+    heldErrors_ = std::move(*pipe);
+    errors_ = std::move(errors);
+    dup2(heldErrors_.writing.number(), STDERR_FILENO);
+    shared.heldErrors = heldErrors_.reading.number();
+    shared.errors = errors_.number();
 }
 
 void RawTerminal::leave() {
     showOn(output_, leaveSequence);
     tcsetattr(input_, TCSADRAIN, &shared.original);
+    releaseErrors();
 }
 
 void RawTerminal::stopJob() {

@@ -16,7 +16,8 @@ TerminalSize sizeOfTerminal(int descriptor);
 bool showOn(int terminal, std::string_view bytes);
 
 // A terminal that gives every key at once and shows nothing by itself, restored when this ends and before a signal
-// ends the process. One at a time. Main thread only.
+// ends the process. What the process writes to standard error, where that is the same terminal, is held back until
+// then, 64 KiB of it. One at a time. Main thread only.
 class RawTerminal {
 public:
     RawTerminal(int input, int output);
@@ -40,10 +41,13 @@ public:
 
 private:
     void leave();
+    void holdErrors();
 
     const int input_;
     const int output_;
     Pipe events_;
+    Pipe heldErrors_;
+    FileDescriptor errors_;
     termios raw_;
 };
 

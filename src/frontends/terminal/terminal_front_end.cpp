@@ -42,7 +42,9 @@ int TerminalFrontEnd::terminalForSheet() {
     controllingTerminal_ =
         FileDescriptor(open(environment_.controllingTerminal.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
     if (isatty(controllingTerminal_.number())) return controllingTerminal_.number();
-    return isatty(STDERR_FILENO) ? STDERR_FILENO : output_;
+    if (!isatty(STDERR_FILENO)) return output_;
+    controllingTerminal_ = FileDescriptor(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    return controllingTerminal_.number();
 }
 
 void TerminalFrontEnd::mainQueueRanDry(bool changed) {

@@ -96,7 +96,7 @@ bool renameToFree(const std::string& from, const std::string& to) {
     if (!isUnknownToFileSystem(errno)) return false;
     if (::link(from.c_str(), to.c_str()) == 0) return ::unlink(from.c_str()) == 0;
     if (errno == EEXIST || errno == ENOENT) return false;
-    // A file system without links either.
+    // The file system has no hard links either: look first, then rename.
     if (stateOf(to) == FileState()) return ::rename(from.c_str(), to.c_str()) == 0;
     errno = EEXIST;
     return false;

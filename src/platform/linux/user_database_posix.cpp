@@ -30,4 +30,8 @@ std::string PosixUserDatabase::NSHomeDirectory() {
     return home && *home ? home : "/";
 }
 
+std::string dataFolder(UserDatabase& users) {
+    return users.homeDirectory().value_or(users.NSHomeDirectory()) + "/.local/share/tobrel";
+}
+
 }  // namespace tobrel

@@ -18,4 +18,8 @@ private:
     const std::optional<std::string> home_;
 };
 
+// Where the platform layer keeps what is its own (domain registry, fallback keychain): a folder under the home folder.
+// Creates nothing.
+std::string dataFolder(UserDatabase& users);
+
 }  // namespace tobrel

@@ -41,6 +41,31 @@ void linkForm(SheetHost& host, TerminalFrontEnd& frontEnd) {
     host.showLinkForm();
 }
 
+// Writes a line to standard error, then shows a result or ends by a signal.
+void loggingForm(SheetHost& host, int signal) {
+    host.actions["submitLink:"] = [&host, signal](NSButton&) {
+        EXPECT_EQ(write(STDERR_FILENO, "logged\n", 7), 7);
+        if (signal) raise(signal);
+        host.showLabel("Created.");
+    };
+    host.showLinkForm();
+}
+
+TEST(ScreenMode, whatIsLoggedMeanwhileComesBehindTheSheet) {
+    for (int signal : {0, SIGTERM}) {
+        PtyChild child(shown([signal](SheetHost& host, TerminalFrontEnd&) { loggingForm(host, signal); }));
+        child.expect("Link expires");
+        child.send("\r");
+        if (!signal) {
+            child.expect("> Done <");
+            child.send("\r");
+        }
+        std::string last = child.rest();
+        EXPECT_TRUE(last.ends_with("logged\r\n")) << last;
+        EXPECT_EQ(WTERMSIG(child.waitStatus()), signal);
+    }
+}
+
 TEST(ScreenMode, aFormIsFilledInAndItsResultStaysAfterTheEnd) {
     PtyChild child(shown(linkForm));
     child.expect("[x] Link expires after >30    < days");

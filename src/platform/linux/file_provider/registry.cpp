@@ -204,7 +204,7 @@ Outcome<Done> FileProviderRegistry::addDomain(const std::string& identifier, con
     return attempt([&]() -> Outcome<Done> {
         if (!isIdentifier(identifier)) return Failure{"A domain needs an identifier that is not empty."};
         auto real = realPath(root);
-        if (!real || !isFolder(*real)) return Failure{inQuotes(root) + " is no folder."};
+        if (!real || !isFolder(*real)) return Failure{inQuotes(root) + " is not a folder."};
         SqliteDatabase& database = openOrCreate();
         SqliteTransaction transaction(database, SqliteTransaction::Kind::write);
         if (auto existing = findDomain(identifier)) {

@@ -1,6 +1,6 @@
 #include "platform/linux_online/keychain/keychain_linux.h"
 
-#include "platform/linux/data_folder.h"
+#include "platform/linux/user_database_posix.h"
 
 namespace tobrel {
 

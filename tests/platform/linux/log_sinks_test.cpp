@@ -1,5 +1,6 @@
-#include "platform/linux/log_journald.h"
+#include "platform/linux/log_sinks.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/mount.h>
@@ -70,6 +71,23 @@ TEST(JournaldLog, WritesStructuredFieldsThatAMessageCannotForge) {
     for (const char* field : {"PRIORITY=6\n", "SUBSYSTEM=com.qelmo.tobrel.actionui\n", "CATEGORY=actions\n"})
         EXPECT_NE(text.find(field), std::string::npos) << text;
     EXPECT_NE(text.find("MESSAGE=two␊PRIORITY=0\n"), std::string::npos) << text;
+}
+
+TEST(StreamLog, CountsTheLinesThatAFullPipeLostAndNeverWaits) {
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_NONBLOCK), 0);
+    {
+        StreamLog log(ends[1]);
+        // 65,536 bytes fit.
+        for (int line = 0; line < 70; ++line) log.write(OSLogType::info, "s", "c", std::string(1013, 'x'));
+        std::string read(65'536, ' ');
+        ASSERT_EQ(::read(ends[0], read.data(), read.size()), 65'536);
+    }
+    char last[100];
+    ssize_t length = read(ends[0], last, sizeof last);
+    EXPECT_EQ(std::string(last, static_cast<std::size_t>(length)), "6 lines of the log could not be written\n");
+    close(ends[0]);
+    close(ends[1]);
 }
 
 }  // namespace tobrel
