@@ -64,7 +64,7 @@ std::vector<Finding> checkServer(Composition& composition) {
     const KeySource source = findKey(composition.keychain());
     if (address.empty()) return {{server, "no address is set", setServer}, notTried(source)};
     auto request = API::request("/tobrel/api/item?id=root", "GET");
-    if (!request) return {{server, inQuotes(address) + " is no web address", setServer}, notTried(source)};
+    if (!request) return {{server, inQuotes(address) + " is not a web address", setServer}, notTried(source)};
     // Whoever looks for a fault waits less patiently.
     request->timeoutInterval = 10;
     // Shared with the answer, which may come when nobody waits any more.

@@ -37,9 +37,9 @@ int setKey(const Invocation& invocation) {
     auto key = readSecret("API key: ");
     if (!key) return failed("No key can be read from standard input.");
     if (key->empty()) return failed("An empty key is of no use; none was stored.");
-    if (!isUtf8(*key)) return failed("The key is no UTF-8 text; none was stored.");
+    if (!isUtf8(*key)) return failed("The key is not UTF-8 text; none was stored.");
     if (!isUtf8(invocation.account) || invocation.account.find('\0') != invocation.account.npos)
-        return failed("The account's name is no UTF-8 text; no key was stored.");
+        return failed("The account's name is not UTF-8 text; no key was stored.");
     Composition composition(invocation);
     LinuxKeychain::Replacing replacing(composition.keychain(), store);
     OSStatus status = KeychainStore::saveKey(*key, invocation.account);

@@ -7,6 +7,7 @@
 
 #include "admin/listing.h"
 #include "admin/subcommand.h"
+#include "platform/file_descriptor.h"
 #include "platform/linux/file_names.h"
 #include "platform/linux/files_posix.h"
 #include "platform/linux/user_database_posix.h"
@@ -57,13 +58,7 @@ public:
 
 private:
     void writeLines() {
-        for (std::string_view rest = lines_; !rest.empty() && !error_;) {
-            ssize_t count = write(STDOUT_FILENO, rest.data(), rest.size());
-            if (count >= 0)
-                rest.remove_prefix(static_cast<std::size_t>(count));
-            else if (errno != EINTR)
-                error_ = errno;
-        }
+        if (!error_ && !writeWhole(STDOUT_FILENO, lines_)) error_ = errno;
         lines_.clear();
     }
 
@@ -80,8 +75,7 @@ void noteKept(const std::string& queue) {
 }
 
 int noQueue(const std::string& path) {
-    return failed(inQuotes(path) +
-                  " is no queue of pin requests that can be read; the next pin command sets it aside.");
+    return failed(inQuotes(path) + " cannot be read as a queue of pin requests; the next pin command sets it aside.");
 }
 
 int list(const std::string& path, Format format) {

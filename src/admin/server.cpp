@@ -41,7 +41,7 @@ std::optional<std::string> withAsciiHost(const std::string& address) {
 // Why the address cannot be a server's, or nothing.
 std::optional<std::string> objection(const std::string& address) {
     auto parsed = boost::urls::parse_uri(address);
-    if (!URL::parse(address) || !parsed) return "is no web address; it should look like https://tobrel.example";
+    if (!URL::parse(address) || !parsed) return "is not a web address; it should look like https://tobrel.example";
     if (parsed->scheme_id() != boost::urls::scheme::http && parsed->scheme_id() != boost::urls::scheme::https)
         return "begins with neither https:// nor http://";
     if (!parsed->has_authority() || parsed->encoded_host().empty()) return "names no server";
@@ -64,7 +64,7 @@ bool exists(const std::string& path) {
     return lstat(path.c_str(), &status) == 0 || errno != ENOENT;
 }
 
-// Where the links that the path may be lead to.
+// The file itself, where the path is a symbolic link.
 std::string followed(std::filesystem::path path) {
     constexpr int mostLinks = 40;
     std::error_code error;
@@ -84,7 +84,7 @@ int write(Files& files, const std::string& address) {
     auto lock = files.createFolder(folder, 0700) ? files.lock(path) : nullptr;
     if (!lock) return failed("The folder " + inQuotes(folder) + " cannot be written.");
     auto content = exists(path) ? readWhole(files, path, largestSettings) : "";
-    if (!content) return failed(inQuotes(path) + " is no file that can be read; remove it and try again.");
+    if (!content) return failed(inQuotes(path) + " cannot be read; remove it and try again.");
     auto changed = withTextMember(*content, "server", address);
     if (!changed) return failed(inQuotes(path) + " holds no JSON object; correct or remove it and try again.");
     auto replacement = files.replace(path);

@@ -20,7 +20,7 @@ namespace {
 
 using ItemIdentifiers = TobrelActionViewController::ItemIdentifiers;
 
-// At least as many as the server gets connections: more would wait for one, each request built on the main thread.
+// As many as the server gets connections: further ones would only wait for one.
 constexpr std::size_t lookupsAtOnce = 64;
 
 class Lookups {

@@ -25,7 +25,7 @@ struct Selection {
     std::vector<NSFileProviderItemIdentifier> items;
     // Of the first word that is a path.
     std::optional<std::string> domainIdentifier;
-    // Why the first word that leads nowhere does so, in a sentence that names it.
+    // Why the first word that names no item does not, in a sentence.
     std::optional<std::string> unmapped;
 };
 

@@ -19,7 +19,8 @@ public:
     bool openURL(const std::string&) override { return false; }
 };
 
-// Libraries write to standard output what whoever looks for their faults has asked them for; it goes to standard error.
+// Libraries write debugging output, where the environment asks for it, to standard output, which belongs to the JSON
+// lines: theirs goes to standard error.
 int outputOfOurOwn() {
     int own = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     if (own < 0) return STDOUT_FILENO;

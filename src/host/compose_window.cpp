@@ -36,7 +36,7 @@ std::optional<pid_t> start(const std::string& path, char* words[], int report) {
     posix_spawnattr_setsigmask(&attributes, &none);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    // To itself: that alone survives the exec.
+    // Duplicated to its own number, which clears its close-on-exec flag.
     posix_spawn_file_actions_adddup2(&actions, report, report);
 
     setenv(reportVariable, std::to_string(report).c_str(), 1);
@@ -111,7 +111,7 @@ WindowProcess::WindowProcess() {
 }
 
 void WindowProcess::leaveCaller(int exitStatus) {
-    // Already so where the caller was tobrel-action.
+    // Does nothing where tobrel-action started this program, in a session of its own.
     setsid();
     [[maybe_unused]] int changed = chdir("/");
     if (int nothing = open("/dev/null", O_RDWR | O_CLOEXEC); nothing >= 0) {

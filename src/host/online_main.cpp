@@ -9,7 +9,7 @@ using namespace tobrel::host;
 
 int main(int count, char* words[]) {
     prepareProcess();
-    // Only a sheet needs the locale, for the width of its text; reading it takes a pin command's time.
+    // Reading the locale takes as long as a whole pin command; only a sheet needs it, for the width of its text.
     std::setlocale(LC_ALL, "");
     return run(readCommandLine(count, words), {makePollLoop, makeBrowser, makeTextFrontEnd, makeOnlineParts});
 }

@@ -20,7 +20,7 @@ bool writeWhole(int descriptor, std::string_view bytes, std::optional<std::chron
             bytes.remove_prefix(static_cast<std::size_t>(written));
             continue;
         }
-        if (written == 0) return false;
+        if (written == 0) errno = ENOSPC;
         if (errno == EINTR) continue;
         pollfd writable = {descriptor, POLLOUT, 0};
         if (errno != EAGAIN || poll(&writable, 1, patience ? static_cast<int>(patience->count()) : -1) == 0)

@@ -37,8 +37,8 @@ struct Pipe {
 std::optional<Pipe> openPipe();
 
 // Writes all of it, also where the descriptor does not block. False where it takes no more for good (closed, full, no
-// reader), or nothing for as long as the patience lasts, which is for ever where none is given. SIGPIPE must be
-// ignored.
+// reader; errno says which), or nothing for as long as the patience lasts, which is for ever where none is given.
+// SIGPIPE must be ignored.
 bool writeWhole(int descriptor, std::string_view bytes, std::optional<std::chrono::milliseconds> patience = {});
 
 }  // namespace tobrel

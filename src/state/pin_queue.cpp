@@ -17,7 +17,7 @@ namespace {
 
 using Exchange = FileReplacement::Exchange;
 
-// So many times another program may come in between, before what it wrote is set aside.
+// How often another program may write in between before what it wrote is set aside.
 constexpr int mostTurns = 1'000;
 
 // Hands on whole entries.
@@ -64,7 +64,7 @@ AddEntries these(std::vector<std::string> entries) {
     };
 }
 
-// `owing` displaced what is to be added; it is kept beside the queue where that cannot be done.
+// Where the adding fails, what the replacement `owing` has displaced is kept beside the queue.
 void change(Files& files, const std::string& path, AddEntries add, std::unique_ptr<FileReplacement> owing = nullptr) {
     for (int turn = 0; turn < mostTurns; ++turn) {
         const FileState found = files.state(path);

@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::string_view head = "{\"id\":", middle = ",\"pin\":", yes = "true}", no = "false}";
 
-// How many of the word's bytes, in memory's order, are plain before the first that is not; 8 where all are.
+// How many of the eight bytes, from the first in memory, come before the first that a JSON string cannot hold as it is.
 std::size_t plainBytes(std::uint64_t word) {
     constexpr std::uint64_t ones = 0x0101010101010101, highBits = ones << 7;
     std::uint64_t quotes = word ^ (ones * '"'), backslashes = word ^ (ones * '\\');
@@ -81,7 +81,8 @@ std::size_t ownEntriesLength(std::string_view text) {
     return length;
 }
 
-// Every step is a local function used once, which the compiler keeps in registers.
+// The steps are local functions, each called once, so that the compiler inlines them and keeps their variables in
+// registers.
 std::size_t copySimpleObject(std::string_view text, char*& copy) {
     const char* at = text.data();
     const char* const end = at + text.size();

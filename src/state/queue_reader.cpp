@@ -80,9 +80,10 @@ bool isSpace(char c) {
     return c == ' ' || c == '\n' || c == '\t' || c == '\r';
 }
 
-// Copies the text of one entry of any kind without the white space between its tokens, and prepares the original for a
-// parser that refuses more than the grammar does: exponents become zeros, which keeps them in its range, and a
-// surrogate's escape becomes that of another character, because half a pair may stand alone.
+// Copies the text of one entry, whatever it holds, without the white space between its tokens. The buffer it copies
+// from is then given to the parser, which only checks the grammar but refuses two things that the grammar allows:
+// numbers beyond its range, and half a surrogate pair. So both are overwritten in that buffer, never in the copy: the
+// digits of an exponent by zeros, and the "d" of a \uD... escape by "0".
 class EntryCopier {
 public:
     // Stops behind the entry's last bracket or at the end.

@@ -9,7 +9,7 @@ namespace tobrel {
 
 namespace {
 
-// File systems take writes of one size at less cost.
+// File systems take whole blocks at less cost.
 constexpr std::size_t writeSize = std::size_t{512} * 1024;
 
 }  // namespace

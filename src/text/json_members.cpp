@@ -8,7 +8,7 @@
 namespace tobrel::json {
 namespace {
 
-// What is more than the longest list of a server comes from one that means harm.
+// Far more than the longest list that a server sends.
 constexpr std::size_t mostValues = std::size_t{1} << 20;
 constexpr std::size_t mostContainers = std::size_t{1} << 17;
 // An object in a list in the object that the text holds.
@@ -91,7 +91,7 @@ private:
     }
 
     bool end(Error& error) {
-        // Something else than a text, a number or a list of objects: that is all that matters of what lies too deep.
+        // What lies too deep was left out; null stands in its place, which is neither a text, a number nor a list.
         if (skipped_ > 0) return --skipped_ > 0 || add(nullptr, error);
         boost::json::value closed = std::move(open_.back().value);
         open_.pop_back();

@@ -239,7 +239,7 @@ void SheetWindow::settleFocus(const sheet::Rows& rows) {
     if (!isThere) gtk_widget_grab_focus(widget);
 }
 
-// A press that the sheet answered with nothing but the focus on a field has not taken what is in that field.
+// Where all that a press did was to move the focus to a field, the sheet has refused what is in that field.
 void SheetWindow::markRefusedField(const sheet::Rows& rows) {
     auto controls = sheet::controlsOf(rows);
     auto index = sheet::indexOf(sheet_.rootView().firstResponder(), controls);

@@ -22,9 +22,9 @@
 namespace tobrel {
 namespace {
 
-// So many requests are under way at once, each on a connection of its own or all on one that carries many.
+// How many requests are under way at once, each on a connection of its own or all on one that carries many.
 constexpr std::size_t mostAtOnce = 64;
-// A server that answers at once is asked no faster by more connections than these.
+// Further connections make nothing faster while the server answers at once.
 constexpr std::size_t fewConnections = 16;
 constexpr auto atOnce = std::chrono::milliseconds(30);
 // Servers commonly close a connection after its thousandth request and refuse what is already on its way by then.
@@ -193,7 +193,7 @@ private:
 };
 
 CurlURLSession::CurlURLSession() : loop_(std::make_unique<CurlLoop>()) {
-    // The library would write there what opens every secure connection of this process.
+    // The library would write the keys of all secure connections of this process to the file that it names.
     if (std::getenv("SSLKEYLOGFILE")) unsetenv("SSLKEYLOGFILE");
 }
 

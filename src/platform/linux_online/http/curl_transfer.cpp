@@ -21,7 +21,7 @@ constexpr std::size_t largestBody = 8 << 20;
 constexpr std::size_t largestHeaders = 256 << 10;
 // Servers close what has been idle for five seconds or more; a request must not cross that.
 constexpr long idleConnectionSeconds = 3;
-// A server that takes in none of so many attempts is not waited for.
+// How often a request goes out again that the server has not taken in.
 constexpr int mostRefusals = 10;
 
 template <class Value>

@@ -53,7 +53,7 @@ std::optional<std::vector<KeychainItem>> decode(std::string_view text) {
     return items;
 }
 
-// Of the system, as far as the user can do something about it.
+// From errno; tells apart what the user can do something about.
 OSStatus lastFailure() {
     if (errno == ENOSPC || errno == EDQUOT) return errSecDiskFull;
     return errno == EACCES || errno == EPERM || errno == EROFS ? errSecWrPerm : errSecIO;

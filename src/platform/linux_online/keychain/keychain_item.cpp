@@ -6,7 +6,7 @@ namespace tobrel {
 
 namespace {
 
-// Reads members of one type; a value of another type spoils the whole.
+// Reads members of one type; one value of another type, and nothing was read.
 class Reader {
 public:
     explicit Reader(const SecAttributes& attributes) : attributes_(attributes) {

@@ -170,7 +170,8 @@ OSStatus KeychainSecretService::replace(const SecAttributes& replaced, const Sec
     auto item = readItem(attributes);
     if (!query || !item) return errSecParam;
     return connection_->use([&] {
-        // Those of a keyring that stays locked are not found; so is the default one then, and nothing is added.
+        // Items of a keyring that stays locked are not found; then the default keyring is locked as well, and adding
+        // fails.
         auto former = connection_->find(*query, Connection::Wanted::all);
         if (former.status != errSecSuccess && former.status != errSecItemNotFound) return former.status;
         std::string added;
