@@ -50,8 +50,9 @@ void Clipboard::set(const std::string& text) {
     put();
 }
 
-void Clipboard::windowBecameActive() {
-    if (!taken_) put();
+void Clipboard::userActed() {
+    actedHere_ = true;
+    if (!taken_ && !timer_) put();
 }
 
 void Clipboard::put() {
@@ -63,8 +64,9 @@ void Clipboard::put() {
 }
 
 void Clipboard::check() {
-    taken_ = gdk_clipboard_is_local(clipboard());
-    say(taken_ ? "" : "The clipboard did not take it: please copy it from here.");
+    timer_.reset();
+    taken_ = gdk_clipboard_is_local(clipboard()) && (actedHere_ || !refusesLater());
+    say(taken_ ? "" : "The clipboard may not have taken it: please copy it from here.");
 }
 
 void Clipboard::say(std::string note) {

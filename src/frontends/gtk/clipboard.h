@@ -20,8 +20,10 @@ public:
 
     void set(const std::string& text);
     void clear();
-    // Some displays take a text from the focused program only.
-    void windowBecameActive();
+    // Some displays take a text only for the sake of a key or a click that is newer than all other programs' copies,
+    // and do not tell: a text is known to be there if the focus has been here ever since.
+    void userActed();
+    void focusWasLost() { actedHere_ = false; }
 
     // What is true of the last text, in a sentence; empty once it is known to be on the clipboard.
     const std::string& note() const { return note_; }
@@ -35,6 +37,7 @@ private:
     const std::function<void()> noteChanged_;
     std::string text_;
     bool taken_ = true;
+    bool actedHere_ = true;
     std::string note_;
     std::unique_ptr<Timer> timer_;
 };

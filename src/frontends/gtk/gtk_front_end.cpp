@@ -66,8 +66,8 @@ bool GtkFrontEnd::takeStep() {
         if (cannotStart_) sheet_->close();
         return true;
     }
-    window_ = std::make_unique<gtk::SheetWindow>(*sheet_, *loop_, unanswered_, [this] {
-        if (clipboard_) clipboard_->windowBecameActive();
+    window_ = std::make_unique<gtk::SheetWindow>(*sheet_, *loop_, unanswered_, [this](bool attention) {
+        attention ? clipboard().userActed() : clipboard().focusWasLost();
     });
     return true;
 }

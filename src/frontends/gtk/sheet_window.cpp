@@ -86,7 +86,7 @@ bool isInside(GtkWidget* widget, GType kind) {
 }  // namespace
 
 SheetWindow::SheetWindow(Sheet& sheet, MainLoop& loop, sheet::Unanswered& unanswered,
-                         std::function<void()> becameActive)
+                         std::function<void(bool)> attention)
     : sheet_(sheet),
       loop_(loop),
       unanswered_(unanswered),
@@ -112,9 +112,17 @@ SheetWindow::SheetWindow(Sheet& sheet, MainLoop& loop, sheet::Unanswered& unansw
                 return true;
             }));
     onNotify(window_, "focus-widget", [this] { focusMoved(); });
-    onNotify(window_, "is-active", [this, becameActive = std::move(becameActive)] {
-        if (gtk_window_is_active(window_)) becameActive();
+    onNotify(window_, "is-active", [this, attention] {
+        if (!gtk_window_is_active(window_)) attention(false);
     });
+    GtkEventController* any = gtk_event_controller_legacy_new();
+    gtk_event_controller_set_propagation_phase(any, GTK_PHASE_CAPTURE);
+    connect(any, "event", std::function([attention = std::move(attention)](GdkEvent* event) -> gboolean {
+                GdkEventType kind = gdk_event_get_event_type(event);
+                if (kind == GDK_KEY_PRESS || kind == GDK_BUTTON_PRESS || kind == GDK_TOUCH_BEGIN) attention(true);
+                return false;
+            }));
+    gtk_widget_add_controller(GTK_WIDGET(window_), any);
 
     GtkEventController* before = gtk_event_controller_key_new();
     gtk_event_controller_set_propagation_phase(before, GTK_PHASE_CAPTURE);

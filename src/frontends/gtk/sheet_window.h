@@ -17,8 +17,9 @@ namespace tobrel::gtk {
 // The window that a sheet stands in. The toolkit has been started. Main thread only.
 class SheetWindow : private UserActions {
 public:
-    // `becameActive` runs each time the user has come to the window; `unanswered` is told of the buttons pressed.
-    SheetWindow(Sheet& sheet, MainLoop& loop, sheet::Unanswered& unanswered, std::function<void()> becameActive);
+    // `attention` runs with true at each key and click, with false when the focus goes elsewhere; `unanswered` is told
+    // of the buttons pressed.
+    SheetWindow(Sheet& sheet, MainLoop& loop, sheet::Unanswered& unanswered, std::function<void(bool)> attention);
     ~SheetWindow() override;
     SheetWindow(const SheetWindow&) = delete;
     SheetWindow& operator=(const SheetWindow&) = delete;
