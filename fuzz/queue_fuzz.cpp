@@ -77,7 +77,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     json::parse(old, error, {}, options());
     // Refused for the parser's own arithmetic alone.
     if (error == json::error::exponent_overflow) return 0;
-    auto parsed = tobrel::json::parse(old);
+    auto parsed = tobrel::json::parse(file);
     bool isQueue = parsed && parsed->is_array() &&
                    std::ranges::all_of(parsed->get_array(), [](const json::value& entry) { return entry.is_object(); });
     std::string expected = isQueue ? compact(old) : "[]";
