@@ -22,5 +22,6 @@ complete -c tobrel-admin -n '__fish_seen_subcommand_from add' -F
 complete -c tobrel-admin -l home -x -a '(__fish_complete_directories)' -d 'use a folder in place of the home folder'
 complete -c tobrel-admin -l json -d 'one JSON object a line'
 complete -c tobrel-admin -l account -x -d 'the keychain item\'s account'
+complete -c tobrel-admin -n '__tobrel_admin_at key set' -l store -x -a 'keychain file' -d 'where the key is kept'
 complete -c tobrel-admin -l help -d 'print the usage'
 complete -c tobrel-admin -l version -d 'print the version'
