@@ -112,6 +112,11 @@ TEST(PinCommand, IsRecordedWhateverBecomesOfItsOutput) {
             EXPECT_EQ(program.wait().status, 0);
         }
     EXPECT_EQ(installation.pins().size(), 9u);
+
+    std::vector<std::string> words = installation.action({"keep", "id:a"});
+    words[0] = TOBREL_BIN_DIR "/" + words[0];
+    words.insert(words.begin(), {"sh", "-c", "ulimit -f 0; exec \"$0\" \"$@\""});
+    EXPECT_GE(run(words).status, 0) << "ended by the signal of a file that may not grow";
 }
 
 TEST(PinCommand, GoesOnWithoutTheRegistryButMapsNoPathThen) {
