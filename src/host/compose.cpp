@@ -100,8 +100,8 @@ public:
         if (online_) {
             countedSession_.emplace(online_->urlSession(), work_);
             countedRequestQueue_.emplace(online_->requestQueue(), work_);
-            online.emplace(*countedSession_, *countedRequestQueue_, online_->keychain(), online_->text(),
-                           infoDictionary_);
+            online.emplace(platform::Online{*countedSession_, *countedRequestQueue_, online_->keychain(),
+                                            online_->text(), infoDictionary_});
         }
         installation_.emplace(platform::Platform{users_, files_, &*log_},
                               platform::Request{*loop_, *countedFileProvider_}, online,

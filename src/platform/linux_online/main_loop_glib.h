@@ -1,14 +1,13 @@
 #pragma once
 
+#include <glib.h>
+
 #include <deque>
 #include <map>
 #include <memory>
 #include <mutex>
 
 #include "platform/main_loop.h"
-
-using GSource = struct _GSource;
-using GMainContext = struct _GMainContext;
 
 namespace tobrel {
 
