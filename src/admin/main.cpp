@@ -1,6 +1,7 @@
 #include <getopt.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -87,6 +88,8 @@ int runSubcommand(Invocation& invocation) {
 }  // namespace
 
 int main(int count, char* words[]) {
+    // A file that may not grow is a failed write, not an end.
+    std::signal(SIGXFSZ, SIG_IGN);
     Invocation invocation;
     // "-": words come in their order, as letter 1; ":": getopt prints nothing itself.
     for (int letter; (letter = getopt_long(count, words, "-:", options, nullptr)) != -1;) {
