@@ -83,6 +83,14 @@ bool isInside(GtkWidget* widget, GType kind) {
     return widget && gtk_widget_get_ancestor(widget, kind);
 }
 
+// Newer toolkits give it no role, and nothing without a role is read out.
+GtkWidget* makeSpinner() {
+    auto* spinner = static_cast<GtkWidget*>(
+        g_object_new(GTK_TYPE_SPINNER, "accessible-role", GTK_ACCESSIBLE_ROLE_PROGRESS_BAR, nullptr));
+    gtk_accessible_update_property(GTK_ACCESSIBLE(spinner), GTK_ACCESSIBLE_PROPERTY_LABEL, "Working", -1);
+    return spinner;
+}
+
 }  // namespace
 
 SheetWindow::SheetWindow(Sheet& sheet, MainLoop& loop, sheet::Unanswered& unanswered,
@@ -94,13 +102,12 @@ SheetWindow::SheetWindow(Sheet& sheet, MainLoop& loop, sheet::Unanswered& unansw
       body_(gtk_box_new(GTK_ORIENTATION_VERTICAL, outerDistance / 2)),
       note_(makeNote()),
       footerRow_(gtk_box_new(GTK_ORIENTATION_HORIZONTAL, outerDistance)),
-      spinner_(gtk_spinner_new()),
+      spinner_(makeSpinner()),
       widgets_(*this) {
     GtkWidget* all = gtk_box_new(GTK_ORIENTATION_VERTICAL, outerDistance);
     for (auto set : {gtk_widget_set_margin_start, gtk_widget_set_margin_end, gtk_widget_set_margin_top,
                      gtk_widget_set_margin_bottom})
         set(all, outerDistance);
-    gtk_accessible_update_property(GTK_ACCESSIBLE(spinner_), GTK_ACCESSIBLE_PROPERTY_LABEL, "Working", -1);
     gtk_box_append(GTK_BOX(footerRow_), spinner_);
     gtk_box_append(GTK_BOX(body_), note_);
     gtk_box_append(GTK_BOX(all), body_);
