@@ -81,6 +81,18 @@ class Storage:
         return Run([BIN / "tobrel-action", command, "--home", self.home(user), "--front-end", "gtk",
                     self.folder / "files" / user / item], environment)
 
+    def holders(self):
+        """The processes that stay for the clipboard's sake. They guard their memory: more than this is for root alone."""
+        found = []
+        for process in pathlib.Path("/proc").iterdir():
+            try:
+                name, words = (process / "comm").read_text(), (process / "cmdline").read_text()
+            except OSError:
+                continue
+            if name == "tobrel-action-g\n" and str(self.folder) in words:
+                found.append(int(process.name))
+        return found
+
     def close(self):
         self.server.terminate()
         self.server.wait()
@@ -93,7 +105,7 @@ class Run:
 
     def __init__(self, words, environment=None):
         self.process = subprocess.Popen(words, env={**os.environ, **(environment or {})}, stderr=subprocess.PIPE,
-                                        text=True)
+                                        text=True, close_fds=False)
 
     def status(self):
         _, self.error = self.process.communicate(timeout=PATIENCE)
@@ -161,16 +173,3 @@ def is_refused(node):
     # Older toolkits tell the state by its neighbour's name.
     marked = has_state(node, pyatspi.STATE_INVALID_ENTRY) or has_state(node, pyatspi.STATE_INVALID)
     return marked and "not accepted" in node.description
-
-
-def holders():
-    """The processes that stay for the clipboard's sake, of this display alone."""
-    found = []
-    for process in pathlib.Path("/proc").iterdir():
-        try:
-            if os.readlink(process / "exe") == str(BIN.parent / "libexec/tobrel/tobrel-action-gtk"):
-                if f"DISPLAY={os.environ['DISPLAY']}".encode() in (process / "environ").read_bytes().split(b"\0"):
-                    found.append(int(process.name))
-        except OSError:
-            continue
-    return found

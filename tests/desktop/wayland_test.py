@@ -3,7 +3,7 @@ import os
 import subprocess
 import unittest
 
-from desktop import Storage, holders, wait_for
+from desktop import Storage, wait_for
 
 SOCKET = "tobrel-test"
 
@@ -43,9 +43,9 @@ class WaylandTest(unittest.TestCase):
         run.key("Return", window="Weston")
         self.assertEqual((run.status(), run.error), (0, ""))
         self.assertEqual(self.clipboard("wl-paste", "--no-newline"), address)
-        wait_for("the clipboard's one process", lambda: len(holders()) == 1)
+        wait_for("the clipboard's one process", lambda: len(self.storage.holders()) == 1)
         self.clipboard("wl-copy", text="something else")
-        wait_for("the end of the clipboard's process", lambda: not holders())
+        wait_for("the end of the clipboard's process", lambda: not self.storage.holders())
 
 
 if __name__ == "__main__":

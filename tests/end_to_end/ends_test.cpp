@@ -1,4 +1,5 @@
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <csignal>
 
@@ -56,9 +57,11 @@ TEST(Request, OpensNothingInThePlaceOfItsStandardDescriptors) {
     words.insert(words.begin(), {"sh", "-c", "exec \"$0\" \"$@\" <&- >&- 2>&-"});
     Program program(words);
     tobrel.server.waitForRequests(1);
+    const std::string folder = "/proc/" + std::to_string(program.id()) + "/fd/";
+    // The program guards its memory, and with it this folder.
+    if (geteuid() != 0) GTEST_SKIP() << "only root sees its descriptors";
     for (const char* descriptor : {"0", "1", "2"})
-        EXPECT_EQ(std::filesystem::read_symlink("/proc/" + std::to_string(program.id()) + "/fd/" + descriptor),
-                  "/dev/null");
+        EXPECT_EQ(std::filesystem::read_symlink(folder + descriptor), "/dev/null");
 }
 
 }  // namespace tobrel::testing
