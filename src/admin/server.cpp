@@ -4,6 +4,7 @@
 #include <boost/url/parse.hpp>
 #include <cerrno>
 #include <charconv>
+#include <cstring>
 #include <filesystem>
 
 #include "admin/checks.h"
@@ -73,6 +74,10 @@ std::string followed(std::filesystem::path path) {
     return path.native();
 }
 
+std::string reason(int error) {
+    return error == ENOSPC || error == EDQUOT ? "the disk is full" : std::strerror(error);
+}
+
 int write(Files& files, const std::string& address) {
     const std::string path = followed(Paths::in("config.json"));
     const std::string folder = path.substr(0, path.rfind('/'));
@@ -88,9 +93,9 @@ int write(Files& files, const std::string& address) {
     auto changed = withTextMember(*content, "server", address);
     if (!changed) return failed(inQuotes(path) + " holds no JSON object; correct or remove it and try again.");
     auto replacement = files.replace(path);
-    if (!replacement || !replacement->write(*changed) || !replacement->commit())
-        return failed(inQuotes(path) + " cannot be written.");
-    return 0;
+    if (replacement && replacement->write(*changed) && replacement->commit()) return 0;
+    const std::string why = reason(errno);
+    return failed(inQuotes(path) + " cannot be written: " + why + ".");
 }
 
 }  // namespace

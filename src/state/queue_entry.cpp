@@ -13,17 +13,15 @@ namespace tobrel {
 
 namespace {
 
-constexpr std::string_view head = "{\"id\":", middle = ",\"pin\":", yes = "true}", no = "false}";
+constexpr std::string_view head = "{\"id\":\"", middle = "\",\"pin\":", yes = "true}", no = "false}";
 
-// How many of the eight bytes, from the first in memory, come before the first that a JSON string cannot hold as it is.
-std::size_t plainBytes(std::uint64_t word) {
+constexpr bool isLittleEndian = std::endian::native == std::endian::little;
+
+// Not 0 where a byte of the word is not plain: the lowest bit that is set belongs to the lowest such byte.
+std::uint64_t specialBytes(std::uint64_t word) {
     constexpr std::uint64_t ones = 0x0101010101010101, highBits = ones << 7;
     std::uint64_t quotes = word ^ (ones * '"'), backslashes = word ^ (ones * '\\');
-    std::uint64_t special =
-        word | ((word - ones * ' ') & ~word) | ((quotes - ones) & ~quotes) | ((backslashes - ones) & ~backslashes);
-    special &= highBits;
-    if constexpr (std::endian::native == std::endian::little) return std::countr_zero(special) / 8;
-    return special ? 0 : 8;
+    return (word | (word - ones * ' ') | (quotes - ones) | (backslashes - ones)) & highBits;
 }
 
 bool isPlain(unsigned char c) {
@@ -32,6 +30,18 @@ bool isPlain(unsigned char c) {
 
 bool isDigit(char c) {
     return c >= '0' && c <= '9';
+}
+
+// The end of the plain text at the beginning.
+const char* plainEnd(const char* at, const char* end) {
+    for (std::uint64_t word; end - at >= 8; at += 8) {
+        std::memcpy(&word, at, 8);
+        std::uint64_t special = specialBytes(word);
+        if (special && isLittleEndian) return at + std::countr_zero(special) / 8;
+        if (special) break;
+    }
+    while (at != end && isPlain(*at)) ++at;
+    return at;
 }
 
 bool isSpace(char c) {
@@ -53,12 +63,12 @@ std::size_t specialLength(std::string_view text) {
 }  // namespace
 
 std::string queueEntry(std::string_view identifier, bool pinned) {
-    std::string text(head);
+    std::string text(head.substr(0, head.size() - 1));
     text += boost::json::serialize(wellFormedUtf8(identifier));
-    return text.append(middle).append(pinned ? yes : no);
+    return text.append(middle.substr(1)).append(pinned ? yes : no);
 }
 
-std::size_t ownEntryLength(std::string_view text) {
+std::size_t ownEntriesLength(std::string_view text) {
     const char* at = text.data();
     const char* end = at + text.size();
     auto skip = [&](std::string_view expected) {
@@ -67,105 +77,145 @@ std::size_t ownEntryLength(std::string_view text) {
         at += expected.size();
         return true;
     };
-    if (!skip(head) || !skip("\"")) return 0;
-    at += plainLength({at, end});
-    return skip("\"") && skip(middle) && (skip(yes) || skip(no)) ? at - text.data() : 0;
-}
-
-std::size_t ownEntriesLength(std::string_view text) {
-    std::size_t length = ownEntryLength(text);
-    for (std::size_t next = length; next != 0 && length < text.size() && text[length] == ',';) {
-        next = ownEntryLength(text.substr(length + 1));
-        if (next) length += 1 + next;
-    }
+    std::size_t length = 0;
+    do {
+        if (!skip(head)) break;
+        at = plainEnd(at, end);
+        if (!skip(middle) || !(skip(yes) || skip(no))) break;
+        length = at - text.data();
+    } while (skip(","));
     return length;
 }
 
-// The steps are local functions, each called once, so that the compiler inlines them and keeps their variables in
-// registers.
-std::size_t copySimpleObject(std::string_view text, char*& copy) {
-    const char* at = text.data();
-    const char* const end = at + text.size();
-    char* to = copy;
-    auto skipSpace = [&] {
-        while (at != end && isSpace(*at)) ++at;
-        return at != end;
-    };
-    auto takeOne = [&] { *to++ = *at++; };
-    auto takeSome = [&](std::size_t length) {
-        to = std::copy_n(at, length, to);
-        at += length;
-    };
-    auto takeString = [&] {
-        for (takeOne(); at != end; takeOne()) {
-            for (std::uint64_t word; end - at >= 8;) {
-                std::memcpy(&word, at, 8);
-                std::memcpy(to, &word, 8);
-                std::size_t plain = plainBytes(word);
-                at += plain;
-                to += plain;
-                if (plain < 8) break;
-            }
-            if (at == end) return false;
-            if (isPlain(*at)) continue;
-            if (*at == '"') return true;
-            std::size_t length = specialLength({at, end});
-            if (length == 0) return false;
-            takeSome(length - 1);
-        }
-        return false;
-    };
-    auto takeNumber = [&] {
-        if (*at == '-') takeOne();
-        const char* digits = at;
-        while (at != end && isDigit(*at)) takeOne();
-        if (at == digits || (*digits == '0' && at - digits > 1)) return false;
-        if (at == end || *at != '.') return true;
-        takeOne();
-        digits = at;
-        while (at != end && isDigit(*at)) takeOne();
-        return at != digits;
-    };
-    auto takeWord = [&] {
-        for (std::string_view word : {"true", "false", "null"}) {
-            if (!std::string_view(at, end).starts_with(word)) continue;
-            takeSome(word.size());
-            return true;
-        }
-        return false;
-    };
+namespace {
 
-    if (at == end || *at != '{') return 0;
-    takeOne();
-    for (bool isKey = true; skipSpace(); isKey = !isKey) {
-        if (*at == '"') {
-            if (!takeString()) return 0;
-            takeOne();
-        } else if (isKey || !(*at == '-' || isDigit(*at) ? takeNumber() : takeWord())) {
-            return 0;
+// How far a text has been read and its copy written. Handed on by value, which keeps it in registers; `at` is null
+// where the text is not simple.
+struct Place {
+    const char* at;
+    char* to;
+};
+
+void takeOne(Place& place) {
+    *place.to++ = *place.at++;
+}
+
+// Few bytes; the compiler would make much of a loop.
+void take(Place& place, std::size_t length) {
+    std::memmove(place.to, place.at, length);
+    place.at += length;
+    place.to += length;
+}
+
+const char* skipSpace(const char* at, const char* end) {
+    while (at != end && *at <= ' ' && isSpace(*at)) ++at;
+    return at;
+}
+
+Place copyString(Place place, const char* end) {
+    takeOne(place);
+    while (true) {
+        for (std::uint64_t word; end - place.at >= 8; place.at += 8, place.to += 8) {
+            std::memcpy(&word, place.at, 8);
+            std::memcpy(place.to, &word, 8);
+            std::uint64_t special = specialBytes(word);
+            if (!special) continue;
+            std::size_t plain = isLittleEndian ? std::countr_zero(special) / 8 : 0;
+            place.at += plain;
+            place.to += plain;
+            break;
         }
-        if (!skipSpace()) return 0;
-        if (*at == '}' && !isKey) {
-            takeOne();
-            copy = to;
-            return at - text.data();
+        if (place.at == end) return {};
+        if (*place.at == '"') {
+            takeOne(place);
+            return place;
         }
-        if (*at != (isKey ? ':' : ',')) return 0;
-        takeOne();
+        std::size_t length = isPlain(*place.at) ? 1 : specialLength({place.at, end});
+        if (length == 0) return {};
+        take(place, length);
     }
-    return 0;
+}
+
+Place copyDigits(Place place, const char* end) {
+    if (place.at == end || !isDigit(*place.at)) return {};
+    while (place.at != end && isDigit(*place.at)) takeOne(place);
+    return place;
+}
+
+Place copyNumber(Place place, const char* end) {
+    if (*place.at == '-') takeOne(place);
+    const char* digits = place.at;
+    place = copyDigits(place, end);
+    if (!place.at || (*digits == '0' && place.at - digits > 1)) return {};
+    if (place.at == end || *place.at != '.') return place;
+    takeOne(place);
+    return copyDigits(place, end);
+}
+
+Place copyWord(Place place, const char* end) {
+    std::string_view text(place.at, end);
+    if (text.starts_with("true") || text.starts_with("null"))
+        take(place, 4);
+    else if (text.starts_with("false"))
+        take(place, 5);
+    else
+        return {};
+    return place;
+}
+
+Place copySimpleObject(Place place, const char* end) {
+    if (place.at == end || *place.at != '{') return {};
+    takeOne(place);
+    for (bool isKey = true;; isKey = !isKey) {
+        place.at = skipSpace(place.at, end);
+        if (place.at == end) return {};
+        if (*place.at == '"')
+            place = copyString(place, end);
+        else if (isKey)
+            return {};
+        else
+            place = *place.at == '-' || isDigit(*place.at) ? copyNumber(place, end) : copyWord(place, end);
+        if (!place.at) return {};
+        place.at = skipSpace(place.at, end);
+        if (place.at == end) return {};
+        char c = *place.at;
+        bool isEnd = c == '}' && !isKey;
+        if (!isEnd && c != (isKey ? ':' : ',')) return {};
+        takeOne(place);
+        if (isEnd) return place;
+    }
+}
+
+}  // namespace
+
+std::size_t copySimpleObjects(std::string_view text, char*& to) {
+    const char* const end = text.data() + text.size();
+    Place place = copySimpleObject({text.data(), to}, end);
+    if (!place.at) return 0;
+    while (true) {
+        to = place.to;
+        std::size_t length = place.at - text.data();
+        place.at = skipSpace(place.at, end);
+        if (place.at == end || *place.at != ',') return length;
+        takeOne(place);
+        place.at = skipSpace(place.at, end);
+        place = copySimpleObject(place, end);
+        if (!place.at) return length;
+    }
+}
+
+std::size_t simpleObjectLength(std::string_view text) {
+    bool inString = false;
+    std::size_t at = 0;
+    for (; at < text.size() && (inString || text[at] != '}'); ++at) {
+        if (text[at] == '"') inString = !inString;
+        if (text[at] == '\\') ++at;
+    }
+    return std::min(at + 1, text.size());
 }
 
 std::size_t plainLength(std::string_view text) {
-    std::size_t length = 0;
-    for (std::uint64_t word; text.size() - length >= 8;) {
-        std::memcpy(&word, text.data() + length, 8);
-        std::size_t plain = plainBytes(word);
-        length += plain;
-        if (plain < 8) break;
-    }
-    while (length < text.size() && isPlain(text[length])) ++length;
-    return length;
+    return plainEnd(text.data(), text.data() + text.size()) - text.data();
 }
 
 }  // namespace tobrel

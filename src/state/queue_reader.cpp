@@ -164,7 +164,7 @@ public:
             } else if (isSpace(*at)) {
                 ++at;
             } else if (*at == '{' && (expected_ == Expected::entry || expected_ == Expected::firstEntry)) {
-                expected_ = takeSimpleEntry(at, end) ? Expected::comma : Expected::restOfEntry;
+                expected_ = takeSimpleEntries(at, end) ? Expected::comma : Expected::restOfEntry;
             } else if (*at == ',' && expected_ == Expected::comma) {
                 ++at;
                 expected_ = Expected::entry;
@@ -192,17 +192,17 @@ private:
         return options;
     }
 
-    bool takeSimpleEntry(char*& at, char* end) {
+    bool takeSimpleEntries(char*& at, char* end) {
         if (std::size_t length = ownEntriesLength({at, end})) {
-            visitor_.ownEntries({at, length});
+            visitor_.simpleEntries({at, length});
             at += length;
             return true;
         }
         char* to = copy_.get();
-        std::size_t length = copySimpleObject({at, end}, to);
+        std::size_t length = copySimpleObjects({at, end}, to);
         if (length == 0) return false;
         at += length;
-        visitor_.entryPart({copy_.get(), to}, QueueVisitor::Part::last);
+        visitor_.simpleEntries({copy_.get(), to});
         return true;
     }
 
@@ -230,9 +230,9 @@ private:
 
 }  // namespace
 
-void QueueVisitor::ownEntries(std::string_view text) {
+void QueueVisitor::simpleEntries(std::string_view text) {
     while (!text.empty()) {
-        std::size_t length = ownEntryLength(text);
+        std::size_t length = simpleObjectLength(text);
         entryPart(text.substr(0, length), Part::last);
         text.remove_prefix(std::min(length + 1, text.size()));
     }

@@ -14,8 +14,9 @@ public:
     // An entry or, where it is long, a part of one; valid until the call returns.
     enum class Part { inner, last };
     virtual void entryPart(std::string_view text, Part part) = 0;
-    // Entries that queueEntry made, with a comma between each two, for whoever need not tell them apart.
-    virtual void ownEntries(std::string_view text);
+    // Entries that hold neither arrays nor objects, with a comma between each two, for whoever need not tell them
+    // apart.
+    virtual void simpleEntries(std::string_view text);
 };
 
 // Passes over a queue in memory of one size. False where the file cannot be read to its end or is no array of objects:

@@ -24,7 +24,7 @@ public:
 
 private:
     void entryPart(std::string_view text, Part part) override;
-    void ownEntries(std::string_view text) override { entryPart(text, Part::last); }
+    void simpleEntries(std::string_view text) override { entryPart(text, Part::last); }
     void append(std::string_view text);
     void write(std::size_t size);
 

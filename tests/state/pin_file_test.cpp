@@ -15,6 +15,7 @@
 #include <filesystem>
 #include <set>
 
+#include "platform/files.h"
 #include "state/pin_queue.h"
 #include "support/local_platform.h"
 #include "support/temporary_folder.h"
@@ -213,6 +214,16 @@ TEST_F(PinFileTest, BringsInWhatAProgramThatTakesNoLockHasWritten) {
             EXPECT_EQ(testing::readFile(queue), "[" + expected + "]");
         }
     }
+}
+
+TEST_F(PinFileTest, GivesATakingClientEntryByEntry) {
+    const std::vector<std::string> kept = {R"({"id":"a","pin":true})", R"({"id":"}\\","n":"\"},{"})", R"({"n":[{}]})",
+                                           R"({"t":true,"id":"b"})"};
+    fs::create_directory(folder);
+    testing::writeFile(queue, "[" + kept[0] + "," + kept[1] + " , " + kept[2] + "," + kept[3] + "," + kept[0] + "]");
+    CollectingTaker taken;
+    EXPECT_EQ(PinQueue::take(platform::current().files, queue, taken), PinQueue::Taken::done);
+    EXPECT_EQ(taken.entries, (std::vector{kept[0], kept[1], kept[2], kept[3], kept[0]}));
 }
 
 TEST_F(PinFileTest, GivesATakingClientEveryRequestOnce) {
