@@ -299,7 +299,7 @@ TEST_F(CurlURLSessionTest, TrustsOnlyCertificatesThatItWasToldToTrustAndStaysWit
     EXPECT_EQ(server_.connectionsAccepted(), 0);
 
     const std::string &file = certificate.certificateFile, &key = certificate.keyFile;
-    EXPECT_EQ(run({"openssl", "x509", "-in", file, "-signkey", key, "-days", "-1", "-out", file}).status, 0);
+    EXPECT_EQ(run({"openssl", "x509", "-in", file, "-signkey", key, "-days", "0", "-out", file}).status, 0);
     ScriptedServer late(&certificate);
     expectFailure(ask({.url = late.url()}), -1201);
 }
