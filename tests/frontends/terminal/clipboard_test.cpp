@@ -33,7 +33,7 @@ protected:
 
     // What reaches the terminal, up to an end mark of this test's own.
     std::string received() {
-        write(terminal_.number(), "$", 1);
+        EXPECT_EQ(write(terminal_.number(), "$", 1), 1);
         std::string text;
         char byte;
         while (read(master_.number(), &byte, 1) == 1 && byte != '$') text += byte;
