@@ -43,7 +43,7 @@ SqliteFault faultOf(int code) {
 
 // The file for sharing must be there, but may be empty.
 std::string uriWithoutSharing(const std::string& path) {
-    FileDescriptor(open((path + "-shm").c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0600));
+    FileDescriptor sharedMemory(open((path + "-shm").c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0600));
     std::string uri = "file:";
     for (unsigned char c : path) {
         char escape[4];
