@@ -92,6 +92,12 @@ TEST(BatchFrontEnd, PrintsTheResultAlone) {
         EXPECT_EQ(ended.output, c.output);
         EXPECT_EQ(ended.errors, "");
         EXPECT_EQ(ended.status, 0);
+        for (const auto& request : tobrel.server.requests()) {
+            EXPECT_EQ(request.header("X-API-Key"), "secret");
+            EXPECT_EQ(request.header("X-Tobrel-Client"),
+                      "macos/" TOBREL_VERSION " (" TOBREL_VERSION "); tobrel-action");
+            EXPECT_EQ(request.header("Content-Type"), request.body().empty() ? "" : "application/json");
+        }
         auto asked = tobrel.asked();
         if (!c.asked) {
             EXPECT_TRUE(asked.empty());

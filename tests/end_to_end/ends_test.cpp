@@ -16,7 +16,7 @@ struct End {
 
 const std::vector<End> ends = {
     {"close", [](Program& program) { program.write(closeWindow); }},
-    {"Escape", [](Program& program) { program.write(key("\x1b")); }},
+    {"Escape", [](Program& program) { program.write("{\"do\":\"key\",\"key\":\"\\u001b\"}\n"); }},
     {"Done", [](Program& program) { program.write(click("Done")); }},
     {"end of input", [](Program& program) { program.endInput(); }},
     {"SIGTERM", [](Program& program) { program.kill(SIGTERM); }},
@@ -34,7 +34,7 @@ TEST(EndOfARequest, WaitsForNoAnswerAndLetsNothingOfItThrough) {
             SCOPED_TRACE(step.name + (", " + std::string(end.name)));
             tobrel.server.script(step.target, {stalls()});
             Program program = start(tobrel.installation, step.words);
-            program.write(submit(formOf(program, step), step));
+            pressButton(program, step);
             tobrel.server.waitForRequests(before + step.requests);
             auto begin = std::chrono::steady_clock::now();
             end.perform(program);
@@ -42,6 +42,7 @@ TEST(EndOfARequest, WaitsForNoAnswerAndLetsNothingOfItThrough) {
             program.waitForLine(R"("event":"completed")");
             Ended ended = finish(program);
             EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+            EXPECT_FALSE(ended.events("log").empty());
             EXPECT_TRUE(ended.events("clipboard").empty() && ended.events("open").empty());
             EXPECT_EQ(tobrel.asked().size(), before + step.requests);
             before = tobrel.asked().size();

@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <boost/json/serialize.hpp>
-#include <fstream>
 
 #include "support/installation.h"
 
@@ -72,35 +70,6 @@ TEST(PinCommand, TakesALargeSelectionFromAFileAndAnEmptyOne) {
     EXPECT_EQ(installation.signals(), 2);
 }
 
-TEST(PinCommand, LosesNothingWhenAHundredRunAtOnce) {
-    Installation installation;
-    std::vector<std::unique_ptr<Program>> programs;
-    for (int i = 0; i < 100; ++i) {
-        std::string first = "id:a" + std::to_string(i);
-        std::string second = "id:b" + std::to_string(i);
-        programs.push_back(std::make_unique<Program>(installation.action({"keep", "--domain", "work", first, second})));
-    }
-    for (auto& program : programs) EXPECT_EQ(program->wait().status, 0);
-    auto kept = identifiers(installation.pins());
-    ASSERT_EQ(kept.size(), 200u);
-    for (std::size_t i = 0; i < kept.size(); i += 2) EXPECT_EQ(kept[i].substr(1), kept[i + 1].substr(1));
-    EXPECT_EQ(installation.signals(), 100);
-}
-
-TEST(PinCommand, WritesOneSheetAndItsEndAsJson) {
-    Installation installation;
-    Ended keep = run(installation.action({"keep", "--front-end", "json", "id:a"}));
-    ASSERT_EQ(keep.events("sheet").size(), 1u) << keep.output;
-    const auto sheet = keep.events("sheet")[0];
-    const auto& views = sheet.at("view").at("subviews").as_array();
-    EXPECT_EQ(views[0].at("text").as_string(), "Made available offline");
-    EXPECT_EQ(views[1].at("hidden").as_bool(), true);
-    ASSERT_EQ(keep.events("log").size(), 1u);
-    EXPECT_EQ(keep.events("log")[0].at("message").as_string(), "make available offline: 1 item(s)");
-    EXPECT_EQ(keep.events("log")[0].at("level").as_string(), "error");
-    EXPECT_EQ(keep.lines().back(), R"({"event":"completed"})");
-}
-
 TEST(PinCommand, IsRecordedWhateverBecomesOfItsOutput) {
     Installation installation;
     for (std::optional<std::string> output : {std::optional<std::string>(""), {"/dev/full"}, {}})
@@ -149,17 +118,6 @@ TEST(Request, IsCancelledWhereAnItemCannotBeMapped) {
     }
     EXPECT_FALSE(std::filesystem::exists(installation.privateFile("pinned_pending.json")));
     EXPECT_EQ(installation.signals(), 0);
-}
-
-TEST(Request, IsCancelledForAnActionThatNobodyDeclared) {
-    Installation installation;
-    for (const char* identifier : {"", "--help", "com.qelmo.tobrel.keepdownloaded"}) {
-        Ended ended = run(installation.action({"action", identifier, "--log", "stderr", "id:a"}));
-        EXPECT_EQ(ended.status, 1);
-        EXPECT_NE(ended.errors.find("unknown action " + std::string(identifier)), std::string::npos);
-        EXPECT_NE(ended.errors.find("FPUIErrorDomain 1"), std::string::npos);
-        EXPECT_EQ(ended.output, "");
-    }
 }
 
 TEST(Request, SaysWhatIsWrongWithItsCommandLineAndDoesNothing) {

@@ -10,52 +10,23 @@ namespace json = boost::json;
 
 namespace {
 
-std::string line(const json::object& instruction) {
-    return json::serialize(instruction) + "\n";
-}
-
 json::string_view viewOf(std::string_view text) {
     return {text.data(), text.size()};
 }
 
-std::string quoted(std::string_view text) {
-    return json::serialize(json::value(viewOf(text)));
-}
-
-void collect(const json::object& view, std::string_view kind, std::vector<Object>& found) {
-    if (view.at("kind").as_string() == viewOf(kind)) found.push_back(view);
+// The first text field that the view holds.
+const Object* fieldIn(const Object& view) {
+    if (view.at("kind").as_string() == "field") return &view;
     if (auto* subviews = view.if_contains("subviews"))
-        for (const auto& subview : subviews->as_array()) collect(subview.as_object(), kind, found);
-}
-
-Words members(const std::vector<Object>& objects, const std::string& member) {
-    Words values;
-    for (const auto& object : objects) values.emplace_back(object.at(member).as_string());
-    return values;
+        for (const auto& subview : subviews->as_array())
+            if (auto* found = fieldIn(subview.as_object())) return found;
+    return nullptr;
 }
 
 }  // namespace
 
 std::string click(std::string_view title) {
-    return line({{"do", "click"}, {"title", viewOf(title)}});
-}
-
-std::string type(const Object& view, std::string_view text) {
-    return line({{"do", "type"}, {"id", view.at("id")}, {"text", viewOf(text)}});
-}
-
-std::string key(std::string_view key) {
-    return line({{"do", "key"}, {"key", viewOf(key)}});
-}
-
-std::string waitForText(std::string_view text) {
-    return line({{"do", "wait"}, {"text", viewOf(text)}});
-}
-
-std::vector<Object> views(const Object& sheet, std::string_view kind) {
-    std::vector<Object> found;
-    if (!sheet.empty()) collect(sheet.at("view").as_object(), kind, found);
-    return found;
+    return json::serialize(Object{{"do", "click"}, {"title", viewOf(title)}}) + "\n";
 }
 
 Program start(const Installation& installation, Words words) {
@@ -64,7 +35,7 @@ Program start(const Installation& installation, Words words) {
 }
 
 Object sheetWith(Program& program, std::string_view piece) {
-    std::string line = program.waitForLine(quoted(piece));
+    std::string line = program.waitForLine(json::serialize(json::value(viewOf(piece))));
     return line.empty() ? Object{} : json::parse(line).as_object();
 }
 
@@ -78,15 +49,6 @@ Ended finish(Program& program) {
     std::erase(names, "log");
     EXPECT_EQ(names.back(), "completed");
     return ended;
-}
-
-std::string message(const Ended& ended) {
-    auto sheets = ended.events("sheet");
-    return sheets.empty() ? "" : std::string(views(sheets.back(), "label").at(0).at("text").as_string());
-}
-
-Words values(const Ended& ended, const std::string& event, const std::string& member) {
-    return members(ended.events(event), member);
 }
 
 ScriptedTobrel::ScriptedTobrel() {
@@ -112,31 +74,24 @@ Words ScriptedTobrel::asked() const {
 }
 
 const std::vector<Step> steps = {
-    {"share: lookup", {"share", "id:file"}, "/tobrel/api/item?id=file", 1, "", ""},
-    {"share: create",
-     {"share", "id:file"},
-     "/tobrel/api/shares",
-     3,
-     "Could not create the share link: ",
-     "Create Link"},
-    {"share-with: lookup", {"share-with", "id:folder"}, "/tobrel/api/item?id=folder", 1, "", ""},
-    {"share-with: grant", {"share-with", "id:folder"}, "/tobrel/api/grants", 2, "Could not share: ", "Share"},
-    {"manage: lookup", {"manage", "id:folder"}, "/tobrel/api/item?id=folder", 1, "", ""},
-    {"manage: list", {"manage", "id:folder"}, "/tobrel/api/grants?", 2, "", ""},
-    {"manage: revoke", {"manage", "id:folder"}, "/tobrel/api/grants/", 3, "Could not stop sharing: ", "Stop sharing"},
-    {"online: lookup", {"online", "id:file"}, "/tobrel/api/item?id=file", 1, "", ""},
+    {"share: lookup", {"share", "id:file"}, "/tobrel/api/item?id=file", 1, ""},
+    {"share: create", {"share", "id:file"}, "/tobrel/api/shares", 3, "Create Link"},
+    {"share-with: lookup", {"share-with", "id:folder"}, "/tobrel/api/item?id=folder", 1, ""},
+    {"share-with: grant", {"share-with", "id:folder"}, "/tobrel/api/grants", 2, "Share"},
+    {"manage: lookup", {"manage", "id:folder"}, "/tobrel/api/item?id=folder", 1, ""},
+    {"manage: list", {"manage", "id:folder"}, "/tobrel/api/grants?", 2, ""},
+    {"manage: revoke", {"manage", "id:folder"}, "/tobrel/api/grants/", 3, "Stop sharing"},
+    {"online: lookup", {"online", "id:file"}, "/tobrel/api/item?id=file", 1, ""},
 };
 
-Object formOf(Program& program, const Step& step) {
-    return step.button.empty() ? Object{} : sheetWith(program, step.button);
-}
-
-std::string submit(const Object& form, const Step& step) {
-    if (step.button.empty()) return {};
-    std::string instructions = click(step.button);
-    for (const auto& field : views(form, "field"))
-        if (field.at("text").as_string().empty()) instructions.insert(0, type(field, "bob@tobrel.test"));
-    return instructions;
+void pressButton(Program& program, const Step& step) {
+    if (step.button.empty()) return;
+    Object sheet = sheetWith(program, step.button);
+    auto* field = sheet.empty() ? nullptr : fieldIn(sheet.at("view").as_object());
+    if (field && field->at("text").as_string().empty())
+        program.write(json::serialize(Object{{"do", "type"}, {"id", field->at("id")}, {"text", "bob@tobrel.test"}}) +
+                      "\n");
+    program.write(click(step.button));
 }
 
 }  // namespace tobrel::testing

@@ -16,13 +16,7 @@ using Object = boost::json::object;
 
 // Instructions of the JSON front end, each with its line break.
 std::string click(std::string_view title);
-std::string type(const Object& view, std::string_view text);
-std::string key(std::string_view key);
-std::string waitForText(std::string_view text);
 constexpr const char* closeWindow = "{\"do\":\"close\"}\n";
-
-// The views of a kind that a "sheet" event shows.
-std::vector<Object> views(const Object& sheet, std::string_view kind);
 
 // A started command with the JSON front end.
 Program start(const Installation& installation, Words words);
@@ -30,10 +24,6 @@ Program start(const Installation& installation, Words words);
 Object sheetWith(Program& program, std::string_view piece);
 // Ends its input and expects that it has completed its request, and that nothing came after that but log lines.
 Ended finish(Program& program);
-
-// The first text of the last sheet: the message, in the label layout.
-std::string message(const Ended& ended);
-Words values(const Ended& ended, const std::string& event, const std::string& member);
 
 // A server whose answers a test may replace, and an installation with the items "file" and "folder".
 class ScriptedTobrel {
@@ -54,15 +44,12 @@ struct Step {
     Words words;
     std::string target;
     std::size_t requests;
-    // What stands before the reason when the request fails.
-    std::string failure;
     // Pressed to get there; nothing where the command gets there by itself.
     std::string button;
 };
 extern const std::vector<Step> steps;
 
-// The sheet with the step's button, if there is one, and what presses it; an address is typed first where one is asked.
-Object formOf(Program& program, const Step& step);
-std::string submit(const Object& form, const Step& step);
+// Presses the step's button once it is there, if there is one; an address is typed first where one is asked.
+void pressButton(Program& program, const Step& step);
 
 }  // namespace tobrel::testing

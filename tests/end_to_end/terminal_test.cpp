@@ -31,34 +31,6 @@ protected:
 
 }  // namespace
 
-TEST_F(TerminalScript, AnswersTheSheetAndReadsTheResult) {
-    tobrel.answers("/tobrel/api/grants/", "{}");
-    struct Case {
-        Words words;
-        const char *input, *output, *logged;
-    };
-    for (const auto& [words, input, output, logged] : {
-             Case{{"share", "id:file"},
-                  "2 7\n\n",
-                  "Link copied to the clipboard:\nhttps://tobrel.test/s/1\nThis link does not expire.\n",
-                  "share created, expires in 7 day(s)\n"},
-             Case{{"share-with", "id:folder"},
-                  "1 bob@tobrel.test\n2 2\nshare\n",
-                  "Shared with bob@tobrel.test, can edit.\nIt appears in their Tobrel under “Shared with me”.\n",
-                  "shared folder with bob@tobrel.test (write)\n"},
-             Case{{"manage", "id:folder"},
-                  "stop sharing\n",
-                  "bob@tobrel.test  ·  view only   [1] Stop sharing",
-                  "revoked grant g1\n"},
-             Case{{"online", "id:folder"}, "", "/tobrel/account/files#files/Work/Projects\n", "item?id=folder"},
-             Case{{"share"}, "", "Nothing here can be shared.\n", ""},
-         }) {
-        Ended ended = type(words, input);
-        EXPECT_THAT(ended.output, HasSubstr(output));
-        EXPECT_THAT(ended.errors, HasSubstr(logged));
-    }
-}
-
 TEST_F(TerminalScript, LeavesTheAddressToTheBrowserWhereThereIsOne) {
     std::string pipe = tobrel.installation.home() + "/pipe";
     std::string script = tobrel.installation.home() + "/browser";

@@ -53,7 +53,7 @@ TEST_F(ShareLinkTest, OffersTheFirstLiveLinkForCopying) {
   {"kind":"button","frame":[148,10,96,28],"hidden":false,"title":"New Link","enabled":true,"action":"submitLink:","bezel":1,"key":"","tag":0}
 )");
     click("Copy Link");
-    EXPECT_EQ(world.pasteboard.text, "https://t/1");
+    EXPECT_EQ(world.desktop.text, "https://t/1");
     EXPECT_EQ(world.log.lines().back(), "info: existing share link copied");
     EXPECT_EQ(sheet(), "Link copied to the clipboard:\nhttps://t/1");
 }
@@ -69,9 +69,9 @@ TEST_F(ShareLinkTest, CopiesTheNewLinkBeforeItSaysSo) {
     EXPECT_EQ(body(), R"({"name":"a.txt","keys":["Docs/a.txt"],"expires_in_days":7})");
     world.urlSession.answerLast(answered(200, R"({"url":"https://t/n","expires_at":"2030-01-15 12:00:00"})"));
     EXPECT_EQ(world.log.lines().back(), "info: share created, expires in 7 day(s)");
-    EXPECT_FALSE(world.pasteboard.text);
+    EXPECT_FALSE(world.desktop.text);
     world.mainQueue.runOne();
-    EXPECT_EQ(world.pasteboard.text, "https://t/n");
+    EXPECT_EQ(world.desktop.text, "https://t/n");
     EXPECT_EQ(controller->label->stringValue(), "Creating share link…");
     EXPECT_EQ(sheet(), "Link copied to the clipboard:\nhttps://t/n\nExpires Jan 15, 2030.");
 }
@@ -82,7 +82,7 @@ TEST_F(ShareLinkTest, TakesDaysOnlyWhereTheLinkIsToExpireAndNoAddressThatDrivesA
     controller->expiresCheck->becomeFirstResponder();
     click("Create Link");
     world.mainQueue.run();
-    EXPECT_EQ(world.sound.beeps, 1);
+    EXPECT_EQ(world.desktop.beeps, 1);
     EXPECT_EQ(controller->expiresDays->firstResponder(), controller->expiresDays.get());
     controller->expiresCheck->performClick();
     EXPECT_FALSE(controller->expiresDays->isEnabled());
@@ -94,7 +94,7 @@ TEST_F(ShareLinkTest, TakesDaysOnlyWhereTheLinkIsToExpireAndNoAddressThatDrivesA
     controller->submitLink(nullptr);
     world.urlSession.answerLast(answered(200, R"({"url":"https://t/\n"})"));
     EXPECT_EQ(sheet(), "Could not create the share link: unknown error");
-    EXPECT_FALSE(world.pasteboard.text);
+    EXPECT_FALSE(world.desktop.text);
 }
 
 TEST_F(ShareLinkTest, KeepsTheOrderOfTheAnswersAndDropsWhatFails) {

@@ -11,7 +11,7 @@ TEST_F(ControllerTest, ViewOnlineOpensTheFolderOfTheFirstItemAndEndsTheRequest) 
         EXPECT_EQ(sheet(), "Opened in your browser.");
         EXPECT_EQ(context->ends, std::vector<std::string>{"completed"});
         EXPECT_TRUE(controller->done->isHidden() && controller->autoDismiss);
-        return world.workspace.opened.back().substr(world.workspace.opened.back().find('#'));
+        return world.desktop.opened.back().substr(world.desktop.opened.back().find('#'));
     };
     EXPECT_EQ(behind({}), "#files");
     EXPECT_EQ(behind({"root", "a"}), "#files");
@@ -31,18 +31,18 @@ TEST_F(ControllerTest, ViewOnlineSaysThatNothingIsSetUpWhereThereIsNoWebAddressT
         EXPECT_EQ(context->ends.size(), 1u);
         context->ends.clear();
     }
-    EXPECT_TRUE(world.workspace.opened.empty());
+    EXPECT_TRUE(world.desktop.opened.empty());
     world.configure("HTTP://h");
     controller->viewOnline({"root"});
     EXPECT_EQ(sheet(), "Opened in your browser.");
-    EXPECT_EQ(world.workspace.opened.size(), 1u);
+    EXPECT_EQ(world.desktop.opened.size(), 1u);
 }
 
 TEST_F(ControllerTest, ViewOnlineOpensNothingWhereTheLookupFails) {
     controller->viewOnline({"a"});
     world.urlSession.answerLast(answered(404, R"({"error":"Gone"})"));
     EXPECT_EQ(sheet(), "Gone");
-    EXPECT_TRUE(context->ends.empty() && world.workspace.opened.empty());
+    EXPECT_TRUE(context->ends.empty() && world.desktop.opened.empty());
 }
 
 }  // namespace tobrel::testing

@@ -192,51 +192,6 @@ void FakeFileProvider::hold(const std::string& question, std::function<void()> a
     held_.push_back({question, std::move(answer)});
 }
 
-namespace {
-
-// Whether the item has every attribute that the query names, apart from those that say how to answer.
-bool matches(const SecAttributes& item, const SecAttributes& query) {
-    static const std::set<std::string> instructions = {kSecReturnData, kSecMatchLimit, kSecUseDataProtectionKeychain};
-    return std::all_of(query.begin(), query.end(), [&](auto& wanted) {
-        auto found = item.find(wanted.first);
-        return instructions.contains(wanted.first) || (found != item.end() && found->second == wanted.second);
-    });
-}
-
-}  // namespace
-
-std::vector<SecAttributes> FakeKeychain::items() const {
-    std::lock_guard lock(mutex_);
-    return items_;
-}
-
-SecItemCopyResult FakeKeychain::SecItemCopyMatching(const SecAttributes& query) {
-    if (failure) return {*failure, std::nullopt};
-    std::lock_guard lock(mutex_);
-    for (auto& item : items_)
-        if (matches(item, query)) return {errSecSuccess, item.at(kSecValueData)};
-    return {errSecItemNotFound, std::nullopt};
-}
-
-OSStatus FakeKeychain::SecItemAdd(const SecAttributes& attributes) {
-    if (failure) return *failure;
-    SecAttributes identity;
-    for (const char* name : {kSecClass, kSecAttrService, kSecAttrAccessGroup, kSecAttrAccount})
-        if (auto found = attributes.find(name); found != attributes.end()) identity.insert(*found);
-    std::lock_guard lock(mutex_);
-    for (auto& item : items_)
-        if (matches(item, identity)) return errSecDuplicateItem;
-    items_.push_back(attributes);
-    return errSecSuccess;
-}
-
-OSStatus FakeKeychain::SecItemDelete(const SecAttributes& query) {
-    if (failure) return *failure;
-    std::lock_guard lock(mutex_);
-    return std::erase_if(items_, [&](auto& item) { return matches(item, query); }) > 0 ? errSecSuccess
-                                                                                       : errSecItemNotFound;
-}
-
 void RecordingLog::write(OSLogType type, std::string_view subsystem, std::string_view category,
                          std::string_view message) {
     std::string line = type == OSLogType::info ? "info: " : "error: ";
@@ -254,10 +209,6 @@ std::vector<std::string> RecordingLog::lines() const {
 void RecordingLog::clear() {
     std::lock_guard lock(mutex_);
     lines_.clear();
-}
-
-void FakePasteboard::setString(const std::string& string, const std::string& type) {
-    if (type == NSPasteboardTypeString) text.value() += string;
 }
 
 void FakePlatform::write(const std::string& name, const std::string& content) {

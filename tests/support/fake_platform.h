@@ -17,6 +17,7 @@
 #include "platform/keychain.h"
 #include "platform/linux/files_posix.h"
 #include "platform/linux/user_database_posix.h"
+#include "platform/linux_online/keychain/keychain_file.h"
 #include "platform/linux_online/text_icu.h"
 #include "platform/log.h"
 #include "platform/main_queue.h"
@@ -135,21 +136,33 @@ public:
     }
 };
 
-class FakeKeychain : public Keychain {
+struct KeychainPlace {
+    TemporaryFolder folder;
+    PosixFiles files;
+};
+
+// The real one in a file, in a folder of its own.
+class FakeKeychain : private KeychainPlace, public KeychainFile {
 public:
+    FakeKeychain() : KeychainFile(files, folder.file("keychain")) {}
+
     // Answers every call instead of the store.
     std::optional<OSStatus> failure;
+    SecAttributes lastAdded;
 
-    std::vector<SecAttributes> items() const;
-
-    SecItemCopyResult SecItemCopyMatching(const SecAttributes& query) override;
-    OSStatus SecItemAdd(const SecAttributes& attributes) override;
-    OSStatus SecItemDelete(const SecAttributes& query) override;
-    void interrupt() override {}
-
-private:
-    mutable std::mutex mutex_;
-    std::vector<SecAttributes> items_;
+    SecItemCopyResult SecItemCopyMatching(const SecAttributes& query) override {
+        if (failure) return {*failure, std::nullopt};
+        return KeychainFile::SecItemCopyMatching(query);
+    }
+    OSStatus SecItemAdd(const SecAttributes& attributes) override {
+        return failure ? *failure : KeychainFile::SecItemAdd(lastAdded = attributes);
+    }
+    OSStatus SecItemDelete(const SecAttributes& query) override {
+        return failure ? *failure : KeychainFile::SecItemDelete(query);
+    }
+    OSStatus replace(const SecAttributes& query, const SecAttributes& item) override {
+        return failure ? *failure : KeychainFile::replace(query, item);
+    }
 };
 
 class RecordingLog : public OSLogSink {
@@ -165,26 +178,22 @@ private:
     std::vector<std::string> lines_;
 };
 
-class FakePasteboard : public NSPasteboard {
+// Pasteboard, browser and sound at once.
+class FakeDesktop : public NSPasteboard, public NSWorkspace, public NSSound {
 public:
     // Nothing until it is first cleared.
     std::optional<std::string> text;
-    void clearContents() override { text = ""; }
-    void setString(const std::string& string, const std::string& type) override;
-};
-
-class FakeWorkspace : public NSWorkspace {
-public:
     std::vector<std::string> opened;
+    int beeps = 0;
+
+    void clearContents() override { text = ""; }
+    void setString(const std::string& string, const std::string& type) override {
+        if (type == NSPasteboardTypeString) text.value() += string;
+    }
     bool openURL(const std::string& url) override {
         opened.push_back(url);
         return true;
     }
-};
-
-class FakeSound : public NSSound {
-public:
-    int beeps = 0;
     void beep() override { ++beeps; }
 };
 
@@ -211,16 +220,14 @@ public:
     FakeBatchQueue requestQueue;
     FakeKeychain keychain;
     IcuTextServices text;
-    FakePasteboard pasteboard;
-    FakeWorkspace workspace;
-    FakeSound sound;
+    FakeDesktop desktop;
 
 private:
     const InfoDictionary infoDictionary_;
     const platform::Installation installation_{{users, files, &log},
                                                {{mainQueue, fileProvider}},
                                                {{urlSession, requestQueue, keychain, text, infoDictionary_}},
-                                               {{pasteboard, workspace, sound}}};
+                                               {{desktop, desktop, desktop}}};
 };
 
 }  // namespace tobrel::testing

@@ -39,16 +39,6 @@ std::vector<char*> pointers(std::vector<std::string>& words) {
     return pointers;
 }
 
-void place(posix_spawn_file_actions_t& actions, int descriptor, const std::optional<std::string>& path, int flags,
-           int otherwise) {
-    if (!path)
-        posix_spawn_file_actions_adddup2(&actions, otherwise, descriptor);
-    else if (path->empty())
-        posix_spawn_file_actions_addclose(&actions, descriptor);
-    else
-        posix_spawn_file_actions_addopen(&actions, descriptor, path->c_str(), flags, 0600);
-}
-
 }  // namespace
 
 std::vector<std::string> Ended::lines() const {
@@ -67,8 +57,6 @@ std::vector<boost::json::object> Ended::events(const std::string& name) const {
     return events;
 }
 
-Program::Program(const std::vector<std::string>& words) : Program(words, Setting{}) {}
-
 Program::Program(const std::vector<std::string>& given, const Setting& setting) {
     // A program that ends without reading its input must not end the test.
     signal(SIGPIPE, SIG_IGN);
@@ -77,8 +65,14 @@ Program::Program(const std::vector<std::string>& given, const Setting& setting) 
     Pipe errors;
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    place(actions, STDIN_FILENO, setting.standardInput, O_RDONLY, input.reading);
-    place(actions, STDOUT_FILENO, setting.standardOutput, O_WRONLY | O_CREAT, output.writing);
+    posix_spawn_file_actions_adddup2(&actions, input.reading, STDIN_FILENO);
+    const char* path = setting.standardOutput ? setting.standardOutput->c_str() : nullptr;
+    if (!path)
+        posix_spawn_file_actions_adddup2(&actions, output.writing, STDOUT_FILENO);
+    else if (!*path)
+        posix_spawn_file_actions_addclose(&actions, STDOUT_FILENO);
+    else
+        posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, path, O_WRONLY, 0);
     posix_spawn_file_actions_adddup2(&actions, errors.writing, STDERR_FILENO);
 
     std::vector<std::string> words = given;

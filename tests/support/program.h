@@ -28,14 +28,13 @@ public:
     struct Setting {
         // Extra NAME=VALUE words; the rest of the environment is the test's own.
         std::vector<std::string> environment;
-        // In place of pipes to the test: the path of a file, or "" for a closed descriptor.
-        std::optional<std::string> standardInput;
+        // In place of a pipe to the test: the path of a file, or "" for a closed descriptor.
         std::optional<std::string> standardOutput;
         // Nobody reads the pipe of its standard output.
         bool readerHasGone = false;
     };
 
-    explicit Program(const std::vector<std::string>& words);
+    explicit Program(const std::vector<std::string>& words) : Program(words, Setting{}) {}
     Program(const std::vector<std::string>& words, const Setting& setting);
     ~Program();
     Program(const Program&) = delete;

@@ -18,10 +18,6 @@ struct World {
     virtual std::unique_ptr<Keychain> open() = 0;
 };
 
-struct FakeWorld : World {
-    std::unique_ptr<Keychain> open() override { return std::make_unique<FakeKeychain>(); }
-};
-
 struct FileWorld : World {
     TemporaryFolder folder;
     PosixFiles files;
@@ -37,7 +33,6 @@ struct SecretServiceWorld : World {
 };
 
 std::unique_ptr<World> makeWorld(const std::string& name) {
-    if (name == "fake") return std::make_unique<FakeWorld>();
     if (name == "file") return std::make_unique<FileWorld>();
     return std::make_unique<SecretServiceWorld>();
 }
@@ -104,12 +99,7 @@ TEST_P(KeychainContract, service_access_group_and_account_tell_items_apart) {
     EXPECT_EQ(read(query("other")).value, SecValue(CFData{"2"}));
 }
 
-INSTANTIATE_TEST_SUITE_P(Stores, KeychainContract, ::testing::Values("fake", "file", "secret_service"),
-                         [](auto& info) { return std::string(info.param); });
-
-class RealStores : public KeychainContract {};
-
-TEST_P(RealStores, wrong_attributes_are_refused) {
+TEST_P(KeychainContract, wrong_attributes_are_refused) {
     auto changed = [](const char* name, std::optional<SecValue> value) {
         SecAttributes attributes = item("key", "ann", "1");
         attributes.erase(name);
@@ -130,7 +120,7 @@ TEST_P(RealStores, wrong_attributes_are_refused) {
     EXPECT_EQ(read(query("key")).status, errSecItemNotFound);
 }
 
-TEST_P(RealStores, items_outlive_the_object_and_many_threads_may_ask_at_once) {
+TEST_P(KeychainContract, items_outlive_the_object_and_many_threads_may_ask_at_once) {
     ASSERT_EQ(keychain_->SecItemAdd(item("key", "ann", "1")), errSecSuccess);
     std::vector<std::function<void()>> readers(8, [&] {
         for (int turn = 0; turn < 20; ++turn) EXPECT_EQ(read(query("key")).value, SecValue(CFData{"1"}));
@@ -140,7 +130,7 @@ TEST_P(RealStores, items_outlive_the_object_and_many_threads_may_ask_at_once) {
     EXPECT_EQ(read(query("key")).status, errSecItemNotFound);
 }
 
-TEST_P(RealStores, replacing_leaves_one_item_or_where_it_fails_the_old_one) {
+TEST_P(KeychainContract, replacing_leaves_one_item_or_where_it_fails_the_old_one) {
     auto* storage = dynamic_cast<KeychainStorage*>(keychain_.get());
     for (const char* account : {"ann", "ben", "ben"}) {
         ASSERT_EQ(storage->replace(query("key"), item("key", account, account)), errSecSuccess);
@@ -153,7 +143,7 @@ TEST_P(RealStores, replacing_leaves_one_item_or_where_it_fails_the_old_one) {
     EXPECT_EQ(read(first).status, errSecItemNotFound);
 }
 
-INSTANTIATE_TEST_SUITE_P(Stores, RealStores, ::testing::Values("file", "secret_service"),
+INSTANTIATE_TEST_SUITE_P(Stores, KeychainContract, ::testing::Values("file", "secret_service"),
                          [](auto& info) { return std::string(info.param); });
 
 }  // namespace

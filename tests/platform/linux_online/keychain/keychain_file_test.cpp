@@ -135,27 +135,11 @@ TEST_F(KeychainFileTest, writers_at_once_lose_no_item) {
 
 }  // namespace
 
-// The fake as a service; what it replaces, it replaces at once or not at all.
-struct FakeService : KeychainStorage {
-    FakeKeychain items;
-    SecItemCopyResult SecItemCopyMatching(const SecAttributes& query) override {
-        return items.SecItemCopyMatching(query);
-    }
-    OSStatus SecItemAdd(const SecAttributes& attributes) override { return items.SecItemAdd(attributes); }
-    OSStatus SecItemDelete(const SecAttributes& query) override { return items.SecItemDelete(query); }
-    OSStatus replace(const SecAttributes& query, const SecAttributes& item) override {
-        if (items.failure) return *items.failure;
-        items.SecItemDelete(query);
-        return items.SecItemAdd(item);
-    }
-    void interrupt() override {}
-};
-
 TEST(LinuxKeychain, holds_one_key_the_one_that_was_set_last_wherever_it_went) {
     using Store = LinuxKeychain::Store;
     TemporaryFolder folder;
-    auto owned = std::make_unique<FakeService>();
-    auto& failure = owned->items.failure;
+    auto owned = std::make_unique<FakeKeychain>();
+    auto& failure = owned->failure;
     LinuxKeychain keychain(folder.path(), std::move(owned));
     auto set = [&](const std::string& key, std::optional<Store> store = {}) {
         LinuxKeychain::Replacing replacing(keychain, store);
