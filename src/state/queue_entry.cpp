@@ -63,7 +63,12 @@ std::size_t specialLength(std::string_view text) {
 }  // namespace
 
 std::string queueEntry(std::string_view identifier, bool pinned) {
-    std::string text(head.substr(0, head.size() - 1));
+    std::string text;
+    text.reserve(head.size() + identifier.size() + middle.size() + no.size());
+    // Nearly every identifier stands for itself.
+    if (plainLength(identifier) == identifier.size())
+        return text.append(head).append(identifier).append(middle).append(pinned ? yes : no);
+    text.append(head.substr(0, head.size() - 1));
     text += boost::json::serialize(wellFormedUtf8(identifier));
     return text.append(middle.substr(1)).append(pinned ? yes : no);
 }
