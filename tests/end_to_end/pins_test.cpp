@@ -82,10 +82,12 @@ TEST(PinCommand, IsRecordedWhateverBecomesOfItsOutput) {
         }
     EXPECT_EQ(installation.pins().size(), 9u);
 
+#ifndef __SANITIZE_THREAD__  // Which writes a file of its own first, and ends by the same signal.
     std::vector<std::string> words = installation.action({"keep", "id:a"});
     words[0] = TOBREL_BIN_DIR "/" + words[0];
     words.insert(words.begin(), {"sh", "-c", "ulimit -f 0; exec \"$0\" \"$@\""});
     EXPECT_GE(run(words).status, 0) << "ended by the signal of a file that may not grow";
+#endif
 }
 
 TEST(PinCommand, GoesOnWithoutTheRegistryButMapsNoPathThen) {

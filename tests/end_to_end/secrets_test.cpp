@@ -22,6 +22,8 @@ std::optional<std::size_t> places(pid_t process, const std::string& text) {
         if (line.compare(space + 1, 2, "rw") != 0) continue;
         std::uint64_t start = std::stoull(line.substr(0, dash), nullptr, 16);
         std::uint64_t end = std::stoull(line.substr(dash + 1, space - dash - 1), nullptr, 16);
+        // More is a sanitizer's own bookkeeping.
+        if (end - start > std::uint64_t{1} << 28) continue;
         std::string content(end - start, '\0');
         memory.clear();
         memory.seekg(static_cast<std::streamoff>(start));
