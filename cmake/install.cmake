@@ -3,6 +3,7 @@
 include(GNUInstallDirs)
 install(TARGETS tobrel-action tobrel-admin RUNTIME DESTINATION bin COMPONENT actions)
 install(TARGETS tobrel-action-online RUNTIME DESTINATION libexec/tobrel COMPONENT actions)
+install(TARGETS ${TOBREL_MODULES} LIBRARY DESTINATION libexec/tobrel COMPONENT actions)
 install(TARGETS tobrel-devserver RUNTIME DESTINATION bin COMPONENT devserver)
 
 # compressed FILE DESTINATION COMPONENT [NAME]

@@ -7,7 +7,7 @@
 #include "check.h"
 #include "flows/expiry.h"
 #include "flows/web_address.h"
-#include "platform/linux_online/text_icu.h"
+#include "platform/linux_online/icu/text_icu.h"
 #include "text/harmless_text.h"
 #include "text/utf8.h"
 

@@ -10,7 +10,7 @@ namespace tobrel::admin {
 namespace {
 
 // Whoever sets or asks for a key is there to answer the keyring's question.
-constexpr KeychainSecretService::Bounds patient{.unlock = std::chrono::seconds(60)};
+constexpr SecretServiceBounds patient{.unlock = std::chrono::seconds(60)};
 
 }  // namespace
 

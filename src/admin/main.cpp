@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <stdexcept>
 
 #include "admin/subcommand.h"
 #include "text/harmless_text.h"
@@ -125,5 +126,9 @@ int main(int count, char* words[]) {
         }
     }
     for (; optind < count; ++optind) invocation.words.emplace_back(words[optind]);
-    return runSubcommand(invocation);
+    try {
+        return runSubcommand(invocation);
+    } catch (const std::runtime_error& obstacle) {
+        return failed(obstacle.what());
+    }
 }

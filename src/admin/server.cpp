@@ -12,7 +12,7 @@
 #include "admin/settings_text.h"
 #include "admin/subcommand.h"
 #include "platform/files.h"
-#include "platform/linux_online/text_icu.h"
+#include "platform/linux_online/text_linux.h"
 #include "state/paths.h"
 #include "text/harmless_text.h"
 #include "text/url.h"

@@ -4,7 +4,7 @@
 #include "frontends/gtk/clipboard.h"
 #include "frontends/gtk/gtk_front_end.h"
 #include "host/options.h"
-#include "platform/linux_online/main_loop_glib.h"
+#include "platform/linux_online/session/main_loop_glib.h"
 
 namespace tobrel::host {
 

@@ -1,6 +1,6 @@
 #include "host/compose_online.h"
 
-#include "platform/linux_online/browser_gio.h"
+#include "platform/linux_online/browser_on_demand.h"
 #include "platform/linux_online/online_parts.h"
 
 namespace tobrel::host {
@@ -10,7 +10,7 @@ std::unique_ptr<OnlineParts> makeOnlineParts(const Options& options, UserDatabas
 }
 
 std::unique_ptr<NSWorkspace> makeBrowser() {
-    return std::make_unique<GioBrowser>();
+    return std::make_unique<BrowserOnDemand>();
 }
 
 }  // namespace tobrel::host

@@ -24,11 +24,14 @@ void endAtOnce() {
         if (std::current_exception()) throw;
     } catch (const std::bad_alloc&) {
         for (const char* part : {"tobrel-action: ", noMemory, "\n"}) writeWhole(STDERR_FILENO, part);
-        struct sigaction action;
-        bool leavesTerminalBehind = sigaction(SIGABRT, nullptr, &action) == 0 && action.sa_handler != SIG_DFL;
-        if (!leavesTerminalBehind) _exit(cancelled);
+    } catch (const std::exception& exception) {
+        say(describe(exception));
     } catch (...) {
+        std::abort();
     }
+    struct sigaction action;
+    bool leavesTerminalBehind = sigaction(SIGABRT, nullptr, &action) == 0 && action.sa_handler != SIG_DFL;
+    if (!leavesTerminalBehind) _exit(cancelled);
     std::abort();
 }
 

@@ -17,7 +17,7 @@ enum ExitStatus {
 };
 
 // Makes the process fit for its work: signals, standard descriptors that are really open, and one line where a thread
-// finds no memory.
+// cannot go on.
 void prepareProcess();
 
 // Reads the command line; where it asks for information or is wrong, says so and ends the process.

@@ -2,13 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux_online/text_icu.h"
+#include "platform/linux_online/text_linux.h"
 #include "support/fake_platform.h"
 
 namespace tobrel::testing {
 
 TEST(Expiry, TakesOnlyAWholeNumberFromOneTo3650AsDays) {
-    IcuTextServices text;
+    LinuxTextServices text;
     for (const char* seven : {"7", "+7", " \t7\u00A0\u3000", "007"}) EXPECT_EQ(readDays(seven, text), 7) << seven;
     EXPECT_EQ(readDays("1", text), 1);
     EXPECT_EQ(readDays("3650", text), 3650);

@@ -2,12 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux_online/text_icu.h"
+#include "platform/linux_online/text_linux.h"
 
 namespace tobrel {
 
 TEST(WebAddress, CarriesThePathInItsFragment) {
-    IcuTextServices text;
+    LinuxTextServices text;
     const std::pair<const char*, const char*> cases[] = {
         {"", ""},
         {"/Docs//Reports/", "/Docs/Reports"},

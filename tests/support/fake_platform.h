@@ -18,7 +18,7 @@
 #include "platform/linux/files_posix.h"
 #include "platform/linux/user_database_posix.h"
 #include "platform/linux_online/keychain/keychain_file.h"
-#include "platform/linux_online/text_icu.h"
+#include "platform/linux_online/text_linux.h"
 #include "platform/log.h"
 #include "platform/main_queue.h"
 #include "platform/platform.h"
@@ -219,7 +219,7 @@ public:
     FakeURLSession urlSession;
     FakeBatchQueue requestQueue;
     FakeKeychain keychain;
-    IcuTextServices text;
+    LinuxTextServices text;
     FakeDesktop desktop;
 
 private:

@@ -5,7 +5,7 @@
 
 namespace tobrel {
 
-LinuxOnlineParts::LinuxOnlineParts(UserDatabase& users, bool homeIsGiven, KeychainSecretService::Bounds bounds)
+LinuxOnlineParts::LinuxOnlineParts(UserDatabase& users, bool homeIsGiven, const SecretServiceBounds& bounds)
     : keychain_(makeKeychain(users, homeIsGiven, bounds)), urlSession_(std::make_unique<CurlURLSession>()) {
     guardMemory();
 }

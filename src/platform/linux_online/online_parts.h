@@ -4,7 +4,7 @@
 
 #include "platform/linux_online/batch_queue_thread.h"
 #include "platform/linux_online/keychain/keychain_linux.h"
-#include "platform/linux_online/text_icu.h"
+#include "platform/linux_online/text_linux.h"
 #include "platform/online_parts.h"
 
 namespace tobrel {
@@ -13,7 +13,7 @@ namespace tobrel {
 class LinuxOnlineParts : public OnlineParts {
 public:
     // With a home folder given in place of the user's own, the keychain is a file below it.
-    LinuxOnlineParts(UserDatabase& users, bool homeIsGiven, KeychainSecretService::Bounds bounds = {});
+    LinuxOnlineParts(UserDatabase& users, bool homeIsGiven, const SecretServiceBounds& bounds = {});
     ~LinuxOnlineParts() override;
 
     URLSession& urlSession() override { return *urlSession_; }
@@ -24,7 +24,7 @@ public:
 
 private:
     const std::unique_ptr<LinuxKeychain> keychain_;
-    IcuTextServices text_;
+    LinuxTextServices text_;
     std::unique_ptr<URLSession> urlSession_;
     ThreadBatchQueue requestQueue_;
 };

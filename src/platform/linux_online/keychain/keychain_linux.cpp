@@ -1,6 +1,7 @@
 #include "platform/linux_online/keychain/keychain_linux.h"
 
 #include "platform/linux/user_database_posix.h"
+#include "platform/linux_online/keychain/secret_service_on_demand.h"
 
 namespace tobrel {
 
@@ -57,9 +58,8 @@ void LinuxKeychain::interrupt() {
     if (secretService_) secretService_->interrupt();
 }
 
-std::unique_ptr<LinuxKeychain> makeKeychain(UserDatabase& users, bool homeIsGiven,
-                                            KeychainSecretService::Bounds bounds) {
-    auto service = homeIsGiven ? nullptr : std::make_unique<KeychainSecretService>(bounds);
+std::unique_ptr<LinuxKeychain> makeKeychain(UserDatabase& users, bool homeIsGiven, const SecretServiceBounds& bounds) {
+    auto service = homeIsGiven ? nullptr : std::make_unique<SecretServiceOnDemand>(bounds);
     return std::make_unique<LinuxKeychain>(dataFolder(users), std::move(service));
 }
 

@@ -4,7 +4,7 @@
 
 #include "platform/linux/files_posix.h"
 #include "platform/linux_online/keychain/keychain_file.h"
-#include "platform/linux_online/keychain/secret_service.h"
+#include "platform/linux_online/keychain/keychain_store.h"
 
 namespace tobrel {
 
@@ -67,6 +67,6 @@ private:
 
 // The user's keychain; with a home folder given in place of the user's own, nothing but a file below it.
 std::unique_ptr<LinuxKeychain> makeKeychain(UserDatabase& users, bool homeIsGiven,
-                                            KeychainSecretService::Bounds bounds = {});
+                                            const SecretServiceBounds& bounds = {});
 
 }  // namespace tobrel

@@ -5,7 +5,7 @@
 #include "platform/linux/files_posix.h"
 #include "platform/linux_online/keychain/keychain_file.h"
 #include "platform/linux_online/keychain/keyring_daemon.h"
-#include "platform/linux_online/keychain/secret_service.h"
+#include "platform/linux_online/keychain/secret_service_on_demand.h"
 #include "support/fake_platform.h"
 
 namespace tobrel::testing {
@@ -29,7 +29,7 @@ struct FileWorld : World {
 struct SecretServiceWorld : World {
     TemporaryFolder home;
     KeyringDaemon daemon{home, KeyringDaemon::Keyring::unlocked};
-    std::unique_ptr<Keychain> open() override { return std::make_unique<KeychainSecretService>(); }
+    std::unique_ptr<Keychain> open() override { return std::make_unique<SecretServiceOnDemand>(); }
 };
 
 std::unique_ptr<World> makeWorld(const std::string& name) {

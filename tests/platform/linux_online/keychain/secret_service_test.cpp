@@ -1,4 +1,4 @@
-#include "platform/linux_online/keychain/secret_service.h"
+#include "platform/linux_online/keychain/secret_service_on_demand.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +15,7 @@ namespace {
 using namespace std::chrono_literals;
 using Keyring = KeyringDaemon::Keyring;
 
-const KeychainSecretService::Bounds bounds{.call = 500ms, .unlock = 200ms, .retreat = 50ms};
+const SecretServiceBounds bounds{.call = 500ms, .unlock = 200ms, .retreat = 50ms};
 const SecAttributes query{{kSecClass, kSecClassGenericPassword}, {kSecAttrService, "key"}, {kSecReturnData, true}};
 const SecAttributes item{{kSecClass, kSecClassGenericPassword},
                          {kSecAttrService, "key"},
@@ -38,14 +38,14 @@ struct SecretService : ::testing::Test {
 struct LockedKeyring : SecretService {
     LockedKeyring() {
         KeyringDaemon daemon(home, Keyring::unlocked);
-        EXPECT_EQ(KeychainSecretService().SecItemAdd(item), errSecSuccess);
+        EXPECT_EQ(SecretServiceOnDemand().SecItemAdd(item), errSecSuccess);
     }
 };
 
 }  // namespace
 
 TEST_F(SecretService, is_not_available_at_once_without_a_bus_or_without_the_service) {
-    KeychainSecretService keychain;
+    SecretServiceOnDemand keychain;
     {
         EnvironmentVariable none[] = {{"DBUS_SESSION_BUS_ADDRESS", std::nullopt}, {"XDG_RUNTIME_DIR", "/nowhere"}};
         EXPECT_LT(expectEach(keychain, errSecNotAvailable), 1s);
@@ -55,27 +55,27 @@ TEST_F(SecretService, is_not_available_at_once_without_a_bus_or_without_the_serv
         EXPECT_LT(expectEach(keychain, errSecNotAvailable), 1s);
     }
     SessionBus::shared();
-    KeychainSecretService onBus;
+    SecretServiceOnDemand onBus;
     EXPECT_LT(expectEach(onBus, errSecNotAvailable), 1s);
 }
 
 TEST_F(SecretService, a_hung_service_costs_one_bounded_wait_and_is_asked_again_later) {
     KeyringDaemon daemon(home, Keyring::unlocked);
-    KeychainSecretService connected(bounds);
+    SecretServiceOnDemand connected(bounds);
     ASSERT_EQ(connected.SecItemAdd(item), errSecSuccess);
-    KeychainSecretService fresh(bounds);
+    SecretServiceOnDemand fresh(bounds);
 
     daemon.suspend();
-    for (KeychainSecretService* keychain : {&connected, &fresh}) EXPECT_LT(expectEach(*keychain, errSecIO), 1200ms);
+    for (SecretServiceOnDemand* keychain : {&connected, &fresh}) EXPECT_LT(expectEach(*keychain, errSecIO), 1200ms);
     daemon.resume();
     std::this_thread::sleep_for(bounds.retreat);
-    for (KeychainSecretService* keychain : {&connected, &fresh})
+    for (SecretServiceOnDemand* keychain : {&connected, &fresh})
         EXPECT_EQ(keychain->SecItemCopyMatching(query).status, errSecSuccess);
 }
 
 TEST_F(SecretService, is_found_again_after_a_restart) {
     auto daemon = std::make_unique<KeyringDaemon>(home, Keyring::unlocked);
-    KeychainSecretService keychain(bounds);
+    SecretServiceOnDemand keychain(bounds);
     ASSERT_EQ(keychain.SecItemAdd(item), errSecSuccess);
     daemon.reset();
     daemon = std::make_unique<KeyringDaemon>(home, Keyring::unlocked);
@@ -84,7 +84,7 @@ TEST_F(SecretService, is_found_again_after_a_restart) {
 
 TEST_F(LockedKeyring, is_not_taken_for_an_empty_one_and_opens_with_the_users_login) {
     KeyringDaemon daemon(home, Keyring::locked);
-    KeychainSecretService keychain(bounds);
+    SecretServiceOnDemand keychain(bounds);
     EXPECT_LT(expectEach(keychain, errSecInteractionNotAllowed), 1s);
     daemon.unlock();
     auto [status, value] = keychain.SecItemCopyMatching(query);
@@ -97,7 +97,7 @@ TEST_F(LockedKeyring, is_not_taken_for_an_empty_one_and_opens_with_the_users_log
 TEST_F(LockedKeyring, does_not_wait_longer_than_it_may_for_the_users_answer) {
     SessionBus::shared().ownMutePrompter();
     KeyringDaemon daemon(home, Keyring::locked);
-    KeychainSecretService keychain(bounds);
+    SecretServiceOnDemand keychain(bounds);
     EXPECT_LT(expectEach(keychain, errSecInteractionNotAllowed), 1s);
     daemon.unlock();
     EXPECT_EQ(keychain.SecItemCopyMatching(query).status, errSecSuccess);
@@ -106,7 +106,7 @@ TEST_F(LockedKeyring, does_not_wait_longer_than_it_may_for_the_users_answer) {
 TEST_F(LockedKeyring, waits_for_the_users_answer_until_it_is_interrupted) {
     SessionBus::shared().ownMutePrompter();
     KeyringDaemon daemon(home, Keyring::locked);
-    KeychainSecretService keychain({.call = 500ms});
+    SecretServiceOnDemand keychain({.call = 500ms});
     auto reading = std::async(std::launch::async, [&] { return keychain.SecItemCopyMatching(query).status; });
     EXPECT_EQ(reading.wait_for(1s), std::future_status::timeout);
     keychain.interrupt();
@@ -118,7 +118,7 @@ TEST_F(SecretService, outlives_the_session_bus) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     auto scene = [this] {
         KeyringDaemon daemon(home, Keyring::unlocked);
-        KeychainSecretService keychain(bounds);
+        SecretServiceOnDemand keychain(bounds);
         bool worked = keychain.SecItemAdd(item) == errSecSuccess;
         SessionBus::shared().end();
         bool ended = keychain.SecItemCopyMatching(query).status == errSecNotAvailable;

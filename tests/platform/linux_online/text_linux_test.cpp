@@ -1,4 +1,4 @@
-#include "platform/linux_online/text_icu.h"
+#include "platform/linux_online/text_linux.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -18,7 +18,7 @@ TEST(TextServices, characters_are_grapheme_clusters_with_their_own_bytes) {
         {std::string_view("\0", 1), "é"},
         {"\xFF", "\xE2\x82", "é"},
     };
-    IcuTextServices text;
+    LinuxTextServices text;
     for (const auto& clusters : cases) {
         std::string joined;
         for (std::string_view cluster : clusters) joined += cluster;
@@ -36,7 +36,7 @@ TEST(TextServices, trims_spaces_of_every_kind_and_line_breaks_where_asked) {
         {"\u200B\u2060\uFEFF!", "\u200B\u2060\uFEFF!", "\u200B\u2060\uFEFF!"},
         {" \xA0 ", "\xA0", "\xA0"},
     };
-    IcuTextServices text;
+    LinuxTextServices text;
     for (const auto& [given, withoutWhitespace, withoutNewlines] : cases) {
         EXPECT_EQ(text.trimmingWhitespace(given), withoutWhitespace) << given;
         EXPECT_EQ(text.trimmingWhitespaceAndNewlines(given), withoutNewlines) << given;
@@ -66,7 +66,7 @@ TEST(TextServices, a_medium_date_follows_the_environments_locale_and_the_instant
         {{}, {}, "C", "UTC", "Oct 14, 1582", -12219292800 - 86400},
         {{}, {}, "th_TH@calendar=buddhist", "UTC", "2 ม.ค. 2567"},
     };
-    IcuTextServices text;
+    LinuxTextServices text;
     for (const auto& [all, time, language, zone, date, instant] : cases) {
         EnvironmentVariable settings[] = {{"LC_ALL", all}, {"LC_TIME", time}, {"LANG", language}, {"TZ", zone}};
         EXPECT_EQ(text.mediumDate(instant), date) << language.value_or("-") << " " << zone.value_or("-");

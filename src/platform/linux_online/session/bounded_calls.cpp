@@ -1,4 +1,4 @@
-#include "platform/linux_online/keychain/keychain_calls.h"
+#include "platform/linux_online/session/bounded_calls.h"
 
 namespace tobrel {
 

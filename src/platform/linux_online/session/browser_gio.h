@@ -8,8 +8,8 @@ namespace tobrel {
 // it outlives this process, even one that ends at once.
 class GioBrowser : public NSWorkspace {
 public:
-    // False for what is no web address, and where there is neither a usable BROWSER nor a display with such a program,
-    // or what there is fails within a tenth of a second, for which this call waits.
+    // False where there is neither a usable BROWSER nor a display with such a program, or what there is fails within a
+    // tenth of a second, for which this call waits.
     bool openURL(const std::string& url) override;
 };
 

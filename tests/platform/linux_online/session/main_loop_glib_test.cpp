@@ -1,4 +1,4 @@
-#include "platform/linux_online/main_loop_glib.h"
+#include "platform/linux_online/session/main_loop_glib.h"
 
 #include "platform/main_loop_contract.h"
 

@@ -1,4 +1,4 @@
-#include "platform/linux_online/text_icu.h"
+#include "platform/linux_online/icu/text_icu.h"
 
 #include <time.h>
 #include <unicode/ubrk.h>
@@ -11,7 +11,6 @@
 #include <unicode/utext.h>
 #include <unicode/utf8.h>
 
-#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <memory>
@@ -26,21 +25,6 @@ struct Close {
     void operator()(UBreakIterator* iterator) const { ubrk_close(iterator); }
     void operator()(UDateFormat* format) const { udat_close(format); }
 };
-
-bool isAscii(std::string_view text) {
-    return std::all_of(text.begin(), text.end(), [](char byte) { return static_cast<signed char>(byte) >= 0; });
-}
-
-std::vector<std::string_view> asciiCharacters(std::string_view text) {
-    std::vector<std::string_view> characters;
-    characters.reserve(text.size());
-    while (!text.empty()) {
-        std::size_t length = text.starts_with("\r\n") ? 2 : 1;
-        characters.push_back(text.substr(0, length));
-        text.remove_prefix(length);
-    }
-    return characters;
-}
 
 bool isWhitespace(UChar32 character) {
     return character == '\t' || u_charType(character) == U_SPACE_SEPARATOR;
@@ -108,15 +92,15 @@ std::int64_t wallClock(std::int64_t instant) {
 }  // namespace
 
 std::vector<std::string_view> IcuTextServices::characters(std::string_view text) {
-    if (isAscii(text)) return asciiCharacters(text);
     UErrorCode error = U_ZERO_ERROR;
     std::unique_ptr<UText, Close> bytes(
         utext_openUTF8(nullptr, text.data(), static_cast<std::int64_t>(text.size()), &error));
     std::unique_ptr<UBreakIterator, Close> iterator(ubrk_open(UBRK_CHARACTER, "", nullptr, 0, &error));
     if (U_SUCCESS(error)) ubrk_setUText(iterator.get(), bytes.get(), &error);
-    if (U_FAILURE(error)) return asciiCharacters(text);
     std::vector<std::string_view> characters;
     std::size_t start = 0;
+    while (U_FAILURE(error) && start < text.size()) characters.push_back(text.substr(start++, 1));
+    if (U_FAILURE(error)) return characters;
     for (int end = ubrk_next(iterator.get()); end != UBRK_DONE; end = ubrk_next(iterator.get())) {
         characters.push_back(text.substr(start, end - start));
         start = end;
@@ -147,7 +131,7 @@ std::string IcuTextServices::mediumDate(std::int64_t instant) {
     return U_SUCCESS(error) ? std::string(text.data(), bytes) : std::string();
 }
 
-std::optional<std::string> asciiHost(std::string_view host) {
+std::optional<std::string> IcuTextServices::asciiHost(std::string_view host) {
     UErrorCode error = U_ZERO_ERROR;
     constexpr std::uint32_t options =
         UIDNA_CHECK_BIDI | UIDNA_CHECK_CONTEXTJ | UIDNA_NONTRANSITIONAL_TO_ASCII | UIDNA_NONTRANSITIONAL_TO_UNICODE;

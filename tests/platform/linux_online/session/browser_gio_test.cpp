@@ -1,4 +1,4 @@
-#include "platform/linux_online/browser_gio.h"
+#include "platform/linux_online/browser_on_demand.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -54,7 +54,7 @@ protected:
             setenv("XDG_CONFIG_HOME", folder_.path().c_str(), 1);
             setenv("XDG_DATA_DIRS", file("none").c_str(), 1);
             for (auto& [name, value] : environment) setenv(name.c_str(), value.c_str(), 1);
-            _exit(GioBrowser().openURL(url) ? 0 : 1);
+            _exit(BrowserOnDemand().openURL(url) ? 0 : 1);
         }
         int status = 0;
         waitpid(child, &status, 0);
@@ -107,7 +107,7 @@ TEST_F(GioBrowserTest, aBrowserThatStaysOpenIsNotWaitedFor) {
     program("slow", "echo $$ >" + quoted("opened") + "; exec sleep 60");
     EnvironmentVariable browser("BROWSER", quoted("slow"));
     auto start = std::chrono::steady_clock::now();
-    EXPECT_TRUE(GioBrowser().openURL("https://x.org/"));
+    EXPECT_TRUE(BrowserOnDemand().openURL("https://x.org/"));
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
     EXPECT_EQ(kill(std::stoi(readFile(file("opened"))), SIGKILL), 0);
     wait(nullptr);

@@ -1,20 +1,18 @@
-#include "platform/linux_online/keychain/secret_service.h"
+#include "platform/linux_online/session/secret_service.h"
 
 // Access by object path: two messages a look-up instead of a dozen.
 #define SECRET_WITH_UNSTABLE 1
 #define SECRET_API_SUBJECT_TO_CHANGE 1
 #include <libsecret/secret.h>
-#include <unistd.h>
 
-#include <cstdlib>
 #include <functional>
 #include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "platform/linux_online/keychain/keychain_calls.h"
 #include "platform/linux_online/keychain/keychain_item.h"
+#include "platform/linux_online/session/bounded_calls.h"
 #include "text/utf8.h"
 
 namespace tobrel {
@@ -36,14 +34,6 @@ Paths take(gchar** texts) {
     for (gchar** text = texts; text && *text; ++text) paths.emplace_back(*text);
     g_strfreev(texts);
     return paths;
-}
-
-// Without a bus the library would try to start one.
-bool hasSessionBus() {
-    const char* address = std::getenv("DBUS_SESSION_BUS_ADDRESS");
-    if (address && *address) return true;
-    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
-    return runtime && *runtime && access((std::string(runtime) + "/bus").c_str(), F_OK) == 0;
 }
 
 OSStatus statusOf(GError* given) {
@@ -92,7 +82,7 @@ Owned<GHashTable> propertiesOf(const KeychainItem& item) {
 // One connection and one private main context, used by one call at a time.
 class KeychainSecretService::Connection {
 public:
-    explicit Connection(Bounds bounds) : bounds_(bounds) {}
+    explicit Connection(const SecretServiceBounds& bounds) : bounds_(bounds) {}
     ~Connection() { disconnect(); }
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
@@ -132,7 +122,7 @@ private:
     std::optional<bool> isLocked(const std::string& collection);
     bool unlock(const Paths& objects);
 
-    const Bounds bounds_;
+    const SecretServiceBounds bounds_;
     std::mutex mutex_;
     BoundedCalls calls_;
     OwnedSecret<SecretService> service_;
@@ -142,8 +132,8 @@ private:
     bool asked_ = false;
 };
 
-KeychainSecretService::KeychainSecretService() : KeychainSecretService(Bounds{}) {}
-KeychainSecretService::KeychainSecretService(Bounds bounds) : connection_(std::make_unique<Connection>(bounds)) {}
+KeychainSecretService::KeychainSecretService(const SecretServiceBounds& bounds)
+    : connection_(std::make_unique<Connection>(bounds)) {}
 KeychainSecretService::~KeychainSecretService() = default;
 
 SecItemCopyResult KeychainSecretService::SecItemCopyMatching(const SecAttributes& attributes) {
@@ -204,7 +194,6 @@ OSStatus KeychainSecretService::Connection::use(const std::function<OSStatus()>&
     std::lock_guard lock(mutex_);
     if (calls_.isInterrupted()) return errSecIO;
     if (Clock::now() < retreatUntil_) return retreatStatus_;
-    if (!hasSessionBus()) return errSecNotAvailable;
     deadline_ = Clock::now() + bounds_.call;
     BoundedCalls::Turn turn(calls_);
     bool isReused = service_ != nullptr;

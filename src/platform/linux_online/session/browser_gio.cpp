@@ -1,4 +1,4 @@
-#include "platform/linux_online/browser_gio.h"
+#include "platform/linux_online/session/browser_gio.h"
 
 #include <gio/gdesktopappinfo.h>
 #include <gio/gio.h>
@@ -16,7 +16,6 @@
 #include <vector>
 
 #include "platform/file_descriptor.h"
-#include "text/url.h"
 
 namespace tobrel {
 
@@ -139,7 +138,6 @@ bool openWithDesktopBrowser(const std::string& url) {
 }  // namespace
 
 bool GioBrowser::openURL(const std::string& url) {
-    if (!isWebAddress(url)) return false;
     return openWithNamedBrowser(url) || openWithDesktopBrowser(url);
 }
 

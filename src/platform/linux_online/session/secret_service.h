@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <memory>
 
 #include "platform/linux_online/keychain/keychain_store.h"
@@ -13,17 +12,7 @@ namespace tobrel {
 // answer in time, errSecIO.
 class KeychainSecretService : public KeychainStorage {
 public:
-    struct Bounds {
-        // One call, but for the user's answer.
-        std::chrono::milliseconds call{3000};
-        // How long the answer to the one question to unlock is waited for; it stays on the screen afterwards.
-        std::chrono::milliseconds unlock = std::chrono::hours(24);
-        // How long a service that is missing or does not answer is not asked again.
-        std::chrono::milliseconds retreat{10000};
-    };
-
-    KeychainSecretService();
-    explicit KeychainSecretService(Bounds bounds);
+    explicit KeychainSecretService(const SecretServiceBounds& bounds = {});
     ~KeychainSecretService() override;
 
     SecItemCopyResult SecItemCopyMatching(const SecAttributes& query) override;

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <optional>
+
+#include "platform/text.h"
+
+namespace tobrel {
+
+// Plain ASCII is taken care of here, all else and dates by the text module.
+class LinuxTextServices : public TextServices {
+public:
+    std::vector<std::string_view> characters(std::string_view text) override;
+    std::string_view trimmingWhitespace(std::string_view text) override;
+    std::string_view trimmingWhitespaceAndNewlines(std::string_view text) override;
+    std::string mediumDate(std::int64_t instant) override;
+};
+
+// The name of a host as it stands in an address, by UTS 46; nothing where it can be no host's name.
+std::optional<std::string> asciiHost(std::string_view host);
+
+}  // namespace tobrel
