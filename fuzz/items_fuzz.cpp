@@ -21,14 +21,16 @@ using namespace tobrel;
 
 void checkItems(std::string_view text, bool endWithNul) {
     const char separator = endWithNul ? '\0' : '\n';
-    auto items = host::itemsOf(text, endWithNul);
+    std::vector<std::string> items, again;
+    host::addItems(items, text, endWithNul);
     std::string joined;
     for (const std::string& item : items) {
         check(!item.empty() && item.find(separator) == item.npos);
         joined += item + separator;
     }
     check(joined.size() <= text.size() + 1);
-    check(host::itemsOf(joined, endWithNul) == items);
+    host::addItems(again, joined, endWithNul);
+    check(again == items);
 }
 
 void checkPaths(std::string_view text) {

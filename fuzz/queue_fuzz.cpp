@@ -87,7 +87,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     reader.text = file;
     tobrel::QueueRewriter rewriter(replacement);
     check(rewriter.copy(reader) == isQueue);
-    rewriter.add(tobrel::queueEntry(identifier, true));
+    std::string entry;
+    tobrel::addQueueEntry(entry, identifier, true);
+    rewriter.add(entry);
     check(rewriter.finish());
     std::string_view result = replacement.text;
     check(result.starts_with(expected));

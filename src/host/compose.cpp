@@ -53,24 +53,27 @@ private:
     OSLogSink* const frontEnd_;
 };
 
-Selection select(FileProviderRegistry& registry, const std::vector<std::string>& words) {
+Selection select(FileProviderRegistry& registry, std::vector<std::string> words) {
     constexpr std::string_view identifierPrefix = "id:";
     std::error_code error;
     ItemMapping mapping(registry, std::filesystem::current_path(error).native());
     Selection selection;
-    for (const auto& word : words) {
-        if (word.starts_with(identifierPrefix)) {
-            selection.items.push_back(word.substr(identifierPrefix.size()));
+    // There may be a million: each word becomes its item in its place.
+    for (auto word = words.begin(); word != words.end(); ++word) {
+        if (word->starts_with(identifierPrefix)) {
+            word->erase(0, identifierPrefix.size());
             continue;
         }
-        auto mapped = mapping.map(word);
+        auto mapped = mapping.map(*word);
         if (!mapped) {
             selection.unmapped = mapped.failure().sentence;
+            words.erase(word, words.end());
             break;
         }
         if (!selection.domainIdentifier) selection.domainIdentifier = mapped->domain;
-        selection.items.push_back(std::move(mapped->item));
+        *word = std::move(mapped->item);
     }
+    selection.items = std::move(words);
     return selection;
 }
 
@@ -89,11 +92,11 @@ public:
         if (online_) online_->endRequests();
     }
 
-    void install(const Options& options, const std::vector<std::string>& words, const Factories& factories) {
+    void install(const Options& options, std::vector<std::string> words, const Factories& factories) {
         if (factories.onlineParts) online_ = factories.onlineParts(options, users_);
         log_.emplace(options, frontEnd_->logSink());
         auto registry = std::make_unique<FileProviderRegistry>(dataFolder(users_));
-        selection_ = select(*registry, words);
+        selection_ = select(*registry, std::move(words));
         fileProvider_ = std::make_unique<SqliteFileProvider>(std::move(registry));
         countedFileProvider_.emplace(*fileProvider_, work_);
         std::optional<platform::Online> online;
@@ -112,7 +115,7 @@ public:
     FrontEnd& frontEnd() override { return *frontEnd_; }
     std::unique_ptr<EndSignals> takeEndSignals() override { return std::move(endSignals_); }
     const WorkCounter& work() override { return work_; }
-    const Selection& selection() override { return selection_; }
+    Selection takeSelection() override { return std::move(selection_); }
     void finishSignals() override { fileProvider_->waitForSignals(); }
 
 private:
@@ -142,13 +145,12 @@ private:
 
 }  // namespace
 
-std::variant<std::unique_ptr<Composition>, std::string> compose(const Options& options,
-                                                                const std::vector<std::string>& words,
+std::variant<std::unique_ptr<Composition>, std::string> compose(const Options& options, std::vector<std::string> words,
                                                                 const Factories& factories) {
     auto composition = std::make_unique<LinuxComposition>(options, factories);
     if (needsFrontEnd(options))
         if (auto obstacle = composition->frontEnd().obstacle()) return *obstacle;
-    composition->install(options, words, factories);
+    composition->install(options, std::move(words), factories);
     return composition;
 }
 

@@ -39,15 +39,15 @@ public:
     virtual std::unique_ptr<EndSignals> takeEndSignals() = 0;
     // What the request's parts have not answered yet.
     virtual const WorkCounter& work() = 0;
-    virtual const Selection& selection() = 0;
+    // Once.
+    virtual Selection takeSelection() = 0;
     // Returns when a working-set signal that has been asked for is done.
     virtual void finishSignals() = 0;
 };
 
 // The composition, or why the front end cannot run here, in a sentence; that is asked before all else. `words` are the
 // command line's items.
-std::variant<std::unique_ptr<Composition>, std::string> compose(const Options& options,
-                                                                const std::vector<std::string>& words,
+std::variant<std::unique_ptr<Composition>, std::string> compose(const Options& options, std::vector<std::string> words,
                                                                 const Factories& factories);
 
 }  // namespace tobrel::host

@@ -36,8 +36,7 @@ std::variant<std::vector<std::string>, UsageError> allItems(const Options& optio
     for (const std::string& file : options.itemsFrom) {
         std::string content;
         std::string refusal = readAll(file, content);
-        if (refusal.empty())
-            for (auto& item : itemsOf(content, options.itemsEndWithNul)) items.push_back(std::move(item));
+        if (refusal.empty()) addItems(items, content, options.itemsEndWithNul);
         if (refusal.empty() && items.size() > mostItems)
             refusal = " makes more than a million items; give fewer at a time";
         if (!refusal.empty()) return UsageError{"--items-from " + inQuotes(file) + refusal};
@@ -45,15 +44,15 @@ std::variant<std::vector<std::string>, UsageError> allItems(const Options& optio
     return items;
 }
 
-std::vector<std::string> itemsOf(std::string_view content, bool endWithNul) {
+void addItems(std::vector<std::string>& items, std::string_view content, bool endWithNul) {
     const char separator = endWithNul ? '\0' : '\n';
-    std::vector<std::string> items;
-    while (!content.empty()) {
+    const auto separators = static_cast<std::size_t>(std::count(content.begin(), content.end(), separator));
+    if (items.empty()) items.reserve(std::min(separators + 1, mostItems));
+    while (!content.empty() && items.size() <= mostItems) {
         std::size_t end = std::min(content.find(separator), content.size());
         if (end > 0) items.emplace_back(content.substr(0, end));
         content.remove_prefix(std::min(end + 1, content.size()));
     }
-    return items;
 }
 
 }  // namespace tobrel::host

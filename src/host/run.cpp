@@ -14,7 +14,7 @@ namespace {
 
 Delivery deliver(const Options& options, Selection selection) {
     Delivery delivery{options.actionIdentifier, std::move(selection.items), options.domain, {}};
-    if (!delivery.domainIdentifier) delivery.domainIdentifier = selection.domainIdentifier;
+    if (!delivery.domainIdentifier) delivery.domainIdentifier = std::move(selection.domainIdentifier);
     if (selection.unmapped)
         delivery.error = NSError{NSFileProviderErrorDomain, NSFileProviderErrorNoSuchItem, *selection.unmapped};
     return delivery;
@@ -26,14 +26,14 @@ ExitStatus runWithin(const Options& options, const Factories& factories) {
         say(error->sentence);
         return wrongUsage;
     }
-    auto composed = compose(options, std::get<std::vector<std::string>>(words), factories);
+    auto composed = compose(options, std::get<std::vector<std::string>>(std::move(words)), factories);
     if (auto* obstacle = std::get_if<std::string>(&composed)) {
         say(*obstacle);
         return frontEndCannotRun;
     }
     auto& composition = *std::get<std::unique_ptr<Composition>>(composed);
 
-    Delivery delivery = deliver(options, composition.selection());
+    Delivery delivery = deliver(options, composition.takeSelection());
     auto error = runRequest(delivery, composition);
     composition.finishSignals();
     auto shortfall = composition.frontEnd().shortfall();

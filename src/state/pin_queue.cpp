@@ -20,6 +20,9 @@ using Exchange = FileReplacement::Exchange;
 // How often another program may write in between before what it wrote is set aside.
 constexpr int mostTurns = 1'000;
 
+// Of new entries, in bytes, that are written together.
+constexpr std::size_t portion = std::size_t{16} * 1024;
+
 // Hands on whole entries.
 class WholeEntries : public QueueVisitor {
 public:
@@ -101,7 +104,15 @@ struct Finder : QueueVisitor {
 void append(Files& files, const std::string& path, const std::vector<std::string>& identifiers, bool pinned) {
     auto lock = files.lock(path);
     change(files, path, [&](QueueRewriter& rewriter) {
-        for (const std::string& identifier : identifiers) rewriter.add(queueEntry(identifier, pinned));
+        std::string entries;
+        for (const std::string& identifier : identifiers) {
+            if (!entries.empty()) entries += ',';
+            addQueueEntry(entries, identifier, pinned);
+            if (entries.size() < portion) continue;
+            rewriter.add(entries);
+            entries.clear();
+        }
+        if (!entries.empty()) rewriter.add(entries);
     });
 }
 

@@ -13,7 +13,8 @@ namespace tobrel {
 
 namespace {
 
-constexpr std::string_view head = "{\"id\":\"", middle = "\",\"pin\":", yes = "true}", no = "false}";
+constexpr std::string_view head = "{\"id\":\"";
+constexpr std::string_view pinnedTail = "\",\"pin\":true}", unpinnedTail = "\",\"pin\":false}";
 
 constexpr bool isLittleEndian = std::endian::native == std::endian::little;
 
@@ -62,15 +63,16 @@ std::size_t specialLength(std::string_view text) {
 
 }  // namespace
 
-std::string queueEntry(std::string_view identifier, bool pinned) {
-    std::string text;
-    text.reserve(head.size() + identifier.size() + middle.size() + no.size());
+void addQueueEntry(std::string& text, std::string_view identifier, bool pinned) {
+    const std::string_view tail = pinned ? pinnedTail : unpinnedTail;
     // Nearly every identifier stands for itself.
-    if (plainLength(identifier) == identifier.size())
-        return text.append(head).append(identifier).append(middle).append(pinned ? yes : no);
-    text.append(head.substr(0, head.size() - 1));
-    text += boost::json::serialize(wellFormedUtf8(identifier));
-    return text.append(middle.substr(1)).append(pinned ? yes : no);
+    if (plainLength(identifier) == identifier.size()) {
+        text.append(head).append(identifier).append(tail);
+    } else {
+        text.append(head.substr(0, head.size() - 1));
+        text += boost::json::serialize(wellFormedUtf8(identifier));
+        text.append(tail.substr(1));
+    }
 }
 
 std::size_t ownEntriesLength(std::string_view text) {
@@ -86,7 +88,7 @@ std::size_t ownEntriesLength(std::string_view text) {
     do {
         if (!skip(head)) break;
         at = plainEnd(at, end);
-        if (!skip(middle) || !(skip(yes) || skip(no))) break;
+        if (!skip(pinnedTail) && !skip(unpinnedTail)) break;
         length = at - text.data();
     } while (skip(","));
     return length;

@@ -5,10 +5,10 @@
 
 namespace tobrel {
 
-// One request as JSON text: {"id":"...","pin":true}.
-std::string queueEntry(std::string_view identifier, bool pinned);
+// Adds one request as JSON text: {"id":"...","pin":true}.
+void addQueueEntry(std::string& text, std::string_view identifier, bool pinned);
 
-// The length of the entries that the text begins with, a comma between each two, where queueEntry made them of
+// The length of the entries that the text begins with, a comma between each two, where addQueueEntry made them of
 // identifiers in plain ASCII; else 0. Several times faster than parsing, and most entries of a queue are these.
 std::size_t ownEntriesLength(std::string_view text);
 

@@ -17,8 +17,8 @@ public:
     // The entries of an earlier queue, if called before add. False where it is none or cannot be read to its end; none
     // of it is taken then.
     bool copy(FileReader& old);
-    // One entry as JSON text.
-    void add(std::string_view entry) { entryPart(entry, Part::last); }
+    // Entries as JSON text, a comma between each two.
+    void add(std::string_view entries) { entryPart(entries, Part::last); }
     // False where the replacement could not be written.
     bool finish();
 

@@ -133,7 +133,11 @@ TEST(ItemsFrom, SkipsBlankLinesAndTrimsNothing) {
         {std::string("a\nb\0\0c\0", 7), true, {"a\nb", "c"}},
         {"\n\n", true, {"\n\n"}},
     };
-    for (const auto& c : cases) EXPECT_EQ(itemsOf(c.content, c.endWithNul), c.items);
+    for (const auto& c : cases) {
+        Words items;
+        addItems(items, c.content, c.endWithNul);
+        EXPECT_EQ(items, c.items);
+    }
 }
 
 }  // namespace tobrel::host

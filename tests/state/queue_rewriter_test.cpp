@@ -46,7 +46,11 @@ std::string append(std::string_view old, std::vector<std::string> identifiers = 
     TextReplacement replacement;
     QueueRewriter rewriter(replacement);
     rewriter.copy(reader);
-    for (const std::string& identifier : identifiers) rewriter.add(queueEntry(identifier, true));
+    for (const std::string& identifier : identifiers) {
+        std::string entry;
+        addQueueEntry(entry, identifier, true);
+        rewriter.add(entry);
+    }
     EXPECT_TRUE(rewriter.finish());
     return replacement.text;
 }
