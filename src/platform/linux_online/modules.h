@@ -1,11 +1,11 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-
-#include "platform/text.h"
+#include <vector>
 
 namespace tobrel {
 
@@ -23,8 +23,15 @@ public:
 };
 SessionModule& sessionModule();
 
-class TextModule : public TextServices {
+class TextModule {
 public:
+    virtual ~TextModule() = default;
+    // As TextServices has them.
+    virtual std::vector<std::string_view> characters(std::string_view text) = 0;
+    virtual std::string_view trimmingWhitespace(std::string_view text) = 0;
+    virtual std::string_view trimmingWhitespaceAndNewlines(std::string_view text) = 0;
+    // Of the seconds since 1970 in the user's zone, as the locale of that name writes it.
+    virtual std::string mediumDate(std::int64_t wallClock, const std::string& locale) = 0;
     virtual std::optional<std::string> asciiHost(std::string_view host) = 0;
 };
 TextModule& textModule();

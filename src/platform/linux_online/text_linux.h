@@ -6,7 +6,9 @@
 
 namespace tobrel {
 
-// Plain ASCII is taken care of here, all else and dates by the text module.
+// The locale of dates is the first of LC_ALL, LC_TIME and LANG that is set; where there is none, or it is "C" or
+// "POSIX", they read as in English ("Jan 2, 2024"). The zone is TZ's, as every program of the C library reads it. What
+// is ASCII and English is taken care of here, all else by the text module.
 class LinuxTextServices : public TextServices {
 public:
     std::vector<std::string_view> characters(std::string_view text) override;

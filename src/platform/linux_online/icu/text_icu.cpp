@@ -1,6 +1,5 @@
 #include "platform/linux_online/icu/text_icu.h"
 
-#include <time.h>
 #include <unicode/ubrk.h>
 #include <unicode/ucal.h>
 #include <unicode/uchar.h>
@@ -12,7 +11,6 @@
 #include <unicode/utf8.h>
 
 #include <array>
-#include <cstdlib>
 #include <memory>
 
 namespace tobrel {
@@ -56,22 +54,6 @@ std::string_view trimming(std::string_view text, bool (*isTrimmed)(UChar32)) {
     return text.substr(first, end - first);
 }
 
-// The environment's name for the locale, in the form that the library takes.
-std::string dateLocale() {
-    std::string_view name;
-    for (const char* variable : {"LC_ALL", "LC_TIME", "LANG"}) {
-        const char* value = std::getenv(variable);
-        if (!name.empty() || !value) continue;
-        name = value;
-    }
-    std::string_view bare = name.substr(0, name.find('.'));
-    if (bare.empty() || bare == "C" || bare == "POSIX") return "en_US_POSIX";
-    std::array<char, ULOC_FULLNAME_CAPACITY> canonical{};
-    UErrorCode error = U_ZERO_ERROR;
-    uloc_canonicalize(std::string(name).c_str(), canonical.data(), canonical.size() - 1, &error);
-    return U_SUCCESS(error) ? canonical.data() : "en_US_POSIX";
-}
-
 // The library reckons by the Julian calendar before 1582, servers do not. Calendars of other kinds have no such change.
 void extendGregorianCalendar(UDateFormat* format) {
     UErrorCode error = U_ZERO_ERROR;
@@ -79,14 +61,6 @@ void extendGregorianCalendar(UDateFormat* format) {
     ucal_setGregorianChange(calendar, -U_DATE_MAX, &error);
     if (U_SUCCESS(error)) udat_setCalendar(format, calendar);
     ucal_close(calendar);
-}
-
-// The instant's wall clock, as if it were one in UTC.
-std::int64_t wallClock(std::int64_t instant) {
-    time_t seconds = instant;
-    tm local{};
-    tzset();
-    return localtime_r(&seconds, &local) ? instant + local.tm_gmtoff : instant;
 }
 
 }  // namespace
@@ -116,13 +90,17 @@ std::string_view IcuTextServices::trimmingWhitespaceAndNewlines(std::string_view
     return trimming(text, isWhitespaceOrNewline);
 }
 
-std::string IcuTextServices::mediumDate(std::int64_t instant) {
+std::string IcuTextServices::mediumDate(std::int64_t wallClock, const std::string& locale) {
     UErrorCode error = U_ZERO_ERROR;
+    std::array<char, ULOC_FULLNAME_CAPACITY> canonical{};
+    uloc_canonicalize(locale.c_str(), canonical.data(), canonical.size() - 1, &error);
+    if (U_FAILURE(error)) canonical = {"en_US_POSIX"};
+    error = U_ZERO_ERROR;
     std::unique_ptr<UDateFormat, Close> format(
-        udat_open(UDAT_NONE, UDAT_MEDIUM, dateLocale().c_str(), u"UTC", -1, nullptr, 0, &error));
+        udat_open(UDAT_NONE, UDAT_MEDIUM, canonical.data(), u"UTC", -1, nullptr, 0, &error));
     if (U_SUCCESS(error)) extendGregorianCalendar(format.get());
     std::array<UChar, 256> date;
-    UDate milliseconds = static_cast<UDate>(wallClock(instant)) * 1000;
+    UDate milliseconds = static_cast<UDate>(wallClock) * 1000;
     int length =
         U_SUCCESS(error) ? udat_format(format.get(), milliseconds, date.data(), date.size(), nullptr, &error) : 0;
     std::array<char, 3 * date.size()> text;
