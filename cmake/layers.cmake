@@ -51,7 +51,7 @@ function(tobrel_module name)
   tobrel_starts_fast(tobrel-${name})
   set(TOBREL_MODULES ${TOBREL_MODULES} tobrel-${name} PARENT_SCOPE)
 endfunction()
-tobrel_module(session PkgConfig::SECRET PkgConfig::GIO)
+tobrel_module(session PkgConfig::GIO)
 tobrel_module(icu PkgConfig::ICU)
 
 tobrel_layer(tobrel_sheet frontends/sheet tobrel_platform)

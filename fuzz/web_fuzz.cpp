@@ -7,7 +7,7 @@
 #include "check.h"
 #include "flows/expiry.h"
 #include "flows/web_address.h"
-#include "platform/linux_online/icu/text_icu.h"
+#include "platform/linux_online/text_linux.h"
 #include "text/harmless_text.h"
 #include "text/utf8.h"
 
@@ -52,7 +52,7 @@ void checkWebAddress(const std::string& server, std::string_view page, tobrel::T
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static tobrel::IcuTextServices services;
+    static tobrel::LinuxTextServices services;
     const std::string text(reinterpret_cast<const char*>(data), size);
     const std::size_t line = std::min(text.find('\n'), size);
     checkWebAddress(text.substr(0, line), std::string_view(text).substr(std::min(line + 1, size)), services);

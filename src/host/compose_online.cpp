@@ -6,7 +6,9 @@
 namespace tobrel::host {
 
 std::unique_ptr<OnlineParts> makeOnlineParts(const Options& options, UserDatabase& users) {
-    return std::make_unique<LinuxOnlineParts>(users, options.home.has_value());
+    auto parts = std::make_unique<LinuxOnlineParts>(users, options.home.has_value());
+    parts->prepareKey();
+    return parts;
 }
 
 std::unique_ptr<NSWorkspace> makeBrowser() {

@@ -12,6 +12,10 @@ LinuxOnlineParts::LinuxOnlineParts(UserDatabase& users, bool homeIsGiven, const 
 
 LinuxOnlineParts::~LinuxOnlineParts() = default;
 
+void LinuxOnlineParts::prepareKey() {
+    requestQueue_.async([this](std::any&) { keychain_->prepare(); });
+}
+
 void LinuxOnlineParts::endRequests() {
     keychain_->interrupt();
     requestQueue_.end();

@@ -21,6 +21,8 @@ public:
     LinuxKeychain& keychain() override { return *keychain_; }
     TextServices& text() override { return text_; }
     void endRequests() override;
+    // For a command that surely needs the key: gets ready for its reading while all else is being looked up.
+    void prepareKey();
 
 private:
     const std::unique_ptr<LinuxKeychain> keychain_;

@@ -1,5 +1,7 @@
 #include "platform/linux_online/keychain/keychain_linux.h"
 
+#include <unistd.h>
+
 #include "platform/linux/user_database_posix.h"
 #include "platform/linux_online/keychain/secret_service_on_demand.h"
 
@@ -52,6 +54,10 @@ LinuxKeychain::Service LinuxKeychain::service() {
     SecAttributes anything{{kSecClass, kSecClassGenericPassword}, {kSecAttrService, ""}};
     bool reached = secretService_->SecItemCopyMatching(anything).status != errSecNotAvailable;
     return reached ? Service::reached : Service::unreachable;
+}
+
+void LinuxKeychain::prepare() {
+    if (secretService_ && access(file_.path().c_str(), F_OK) != 0) secretService_->prepare();
 }
 
 void LinuxKeychain::interrupt() {

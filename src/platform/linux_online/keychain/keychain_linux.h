@@ -43,6 +43,8 @@ public:
     OSStatus SecItemAdd(const SecAttributes& attributes) override;
     OSStatus SecItemDelete(const SecAttributes& query) override;
 
+    // Lets the Secret Service do beforehand what the first question would wait for, where the file has no answer to it.
+    void prepare();
     void interrupt() override;
 
     // Whether there is a service to ask, and it can be reached.

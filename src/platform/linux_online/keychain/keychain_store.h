@@ -11,6 +11,8 @@ class KeychainStorage : public Keychain {
 public:
     // Adds the item and removes all that the query matches; where it fails, all is as it was.
     virtual OSStatus replace(const SecAttributes& query, const SecAttributes& item) = 0;
+    // Does beforehand what the first question would wait for, but asks the user nothing.
+    virtual void prepare() {}
 };
 
 struct SecretServiceBounds {

@@ -41,6 +41,10 @@ OSStatus SecretServiceOnDemand::replace(const SecAttributes& query, const SecAtt
     return obstacle ? obstacle : service_->replace(query, item);
 }
 
+void SecretServiceOnDemand::prepare() {
+    if (reach() == errSecSuccess) service_->prepare();
+}
+
 void SecretServiceOnDemand::interrupt() {
     std::lock_guard lock(mutex_);
     interrupted_ = true;

@@ -16,6 +16,7 @@ public:
     OSStatus SecItemAdd(const SecAttributes& attributes) override;
     OSStatus SecItemDelete(const SecAttributes& query) override;
     OSStatus replace(const SecAttributes& query, const SecAttributes& item) override;
+    void prepare() override;
     void interrupt() override;
 
 private:

@@ -5,18 +5,28 @@ namespace tobrel {
 BoundedCalls::Answer BoundedCalls::await(const Start& start, Clock::time_point deadline) {
     Owned<GCancellable> cancellable(g_cancellable_new());
     Call call = begin(start, cancellable.get());
-    iterateUntil(deadline, *call);
-    if (!*call) {
+    auto isAnswered = [&] { return *call != nullptr; };
+    if (!awaitUntil(isAnswered, deadline)) {
         g_cancellable_cancel(cancellable.get());
-        iterateUntil(Clock::now() + std::chrono::milliseconds(100), *call);
+        awaitUntil(isAnswered, Clock::now() + std::chrono::milliseconds(100));
     }
     return std::move(*call);
 }
 
-BoundedCalls::Answer BoundedCalls::awaitOrLeave(const Start& start, Clock::time_point deadline) {
-    Call call = begin(start, nullptr);
-    iterateUntil(deadline, *call);
-    return std::move(*call);
+bool BoundedCalls::awaitUntil(const std::function<bool()>& condition, Clock::time_point deadline) {
+    auto wait = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    bool expired = wait <= 0;
+    auto expire = [](gpointer data) -> gboolean {
+        *static_cast<bool*>(data) = true;
+        return G_SOURCE_REMOVE;
+    };
+    GSource* timer = g_timeout_source_new(expired ? 0 : static_cast<guint>(wait));
+    g_source_set_callback(timer, expire, &expired, nullptr);
+    g_source_attach(timer, context_.get());
+    while (!condition() && !expired && !interrupted_) g_main_context_iteration(context_.get(), TRUE);
+    g_source_destroy(timer);
+    g_source_unref(timer);
+    return condition();
 }
 
 void BoundedCalls::interrupt() {
@@ -37,21 +47,6 @@ BoundedCalls::Call BoundedCalls::begin(const Start& start, GCancellable* cancell
     };
     start(cancellable, finished, std::make_unique<Call>(call).release());
     return call;
-}
-
-void BoundedCalls::iterateUntil(Clock::time_point deadline, const Answer& answer) {
-    auto wait = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
-    bool expired = wait <= 0;
-    auto expire = [](gpointer data) -> gboolean {
-        *static_cast<bool*>(data) = true;
-        return G_SOURCE_REMOVE;
-    };
-    GSource* timer = g_timeout_source_new(expired ? 0 : static_cast<guint>(wait));
-    g_source_set_callback(timer, expire, &expired, nullptr);
-    g_source_attach(timer, context_.get());
-    while (!answer && !expired && !interrupted_) g_main_context_iteration(context_.get(), TRUE);
-    g_source_destroy(timer);
-    g_source_unref(timer);
 }
 
 }  // namespace tobrel

@@ -12,8 +12,8 @@ namespace tobrel {
 struct ReleaseGLib {
     void operator()(gchar* text) const { g_free(text); }
     void operator()(GError* error) const { g_error_free(error); }
-    void operator()(GHashTable* table) const { g_hash_table_unref(table); }
     void operator()(GMainContext* context) const { g_main_context_unref(context); }
+    void operator()(GDBusConnection* connection) const { g_object_unref(connection); }
     void operator()(GVariant* variant) const { g_variant_unref(variant); }
     void operator()(GCancellable* object) const { g_object_unref(object); }
     void operator()(GAsyncResult* object) const { g_object_unref(object); }
@@ -45,8 +45,8 @@ public:
 
     // The call's answer; nothing when the time is up and cancelling it brought none either.
     Answer await(const Start& start, Clock::time_point deadline);
-    // The same for a call that is not cancelled but goes on: it may still be answered in a later wait.
-    Answer awaitOrLeave(const Start& start, Clock::time_point deadline);
+    // Lets calls and signals in until the condition holds. False when the time is up.
+    bool awaitUntil(const std::function<bool()>& condition, Clock::time_point deadline);
     // From any thread: the wait under way, and all later ones, end at once without an answer.
     void interrupt();
     bool isInterrupted() const { return interrupted_; }
@@ -57,7 +57,6 @@ private:
     // Shared with the library, which may answer after the wait was given up.
     using Call = std::shared_ptr<Answer>;
     static Call begin(const Start& start, GCancellable* cancellable);
-    void iterateUntil(Clock::time_point deadline, const Answer& answer);
 
     const Owned<GMainContext> context_{g_main_context_new()};
     std::atomic<bool> interrupted_ = false;

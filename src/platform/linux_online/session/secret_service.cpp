@@ -1,9 +1,6 @@
 #include "platform/linux_online/session/secret_service.h"
 
-// Access by object path: two messages a look-up instead of a dozen.
-#define SECRET_WITH_UNSTABLE 1
-#define SECRET_API_SUBJECT_TO_CHANGE 1
-#include <libsecret/secret.h>
+#include <gio/gio.h>
 
 #include <functional>
 #include <mutex>
@@ -13,6 +10,7 @@
 
 #include "platform/linux_online/keychain/keychain_item.h"
 #include "platform/linux_online/session/bounded_calls.h"
+#include "platform/linux_online/session/secret_session.h"
 #include "text/utf8.h"
 
 namespace tobrel {
@@ -21,60 +19,79 @@ namespace {
 
 using Clock = BoundedCalls::Clock;
 using Paths = std::vector<std::string>;
+using Value = Owned<GVariant>;
 
-struct ReleaseSecret {
-    void operator()(SecretValue* value) const { secret_value_unref(value); }
-    void operator()(SecretService* service) const { g_object_unref(service); }
-};
-template <class Type>
-using OwnedSecret = std::unique_ptr<Type, ReleaseSecret>;
+constexpr const char* service = "/org/freedesktop/secrets";
+// What stands for an object where there is none.
+constexpr const char* noObject = "/";
 
-Paths take(gchar** texts) {
+Paths pathsOf(GVariant* array) {
     Paths paths;
-    for (gchar** text = texts; text && *text; ++text) paths.emplace_back(*text);
-    g_strfreev(texts);
+    for (gsize index = 0; index < g_variant_n_children(array); ++index) {
+        Value path(g_variant_get_child_value(array, index));
+        paths.emplace_back(g_variant_get_string(path.get(), nullptr));
+    }
     return paths;
+}
+
+Value child(const Value& tuple, gsize index) {
+    return Value(g_variant_get_child_value(tuple.get(), index));
+}
+
+std::string textOf(const Value& tuple, gsize index) {
+    return g_variant_get_string(child(tuple, index).get(), nullptr);
+}
+
+std::string bytesOf(const Value& bytes) {
+    gsize length = 0;
+    const void* data = g_variant_get_fixed_array(bytes.get(), &length, 1);
+    return {static_cast<const char*>(data), length};
+}
+
+GVariant* variantOf(const std::string& bytes) {
+    return g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, bytes.data(), bytes.size(), 1);
+}
+
+GVariant* variantOf(const Paths& paths) {
+    GVariantBuilder array;
+    g_variant_builder_init(&array, G_VARIANT_TYPE("ao"));
+    for (const std::string& path : paths) g_variant_builder_add(&array, "o", path.c_str());
+    return g_variant_builder_end(&array);
 }
 
 OSStatus statusOf(GError* given) {
     Owned<GError> error(given);
-    if (!error) return errSecIO;
-    if (g_error_matches(given, SECRET_ERROR, SECRET_ERROR_IS_LOCKED)) return errSecInteractionNotAllowed;
-    if (g_error_matches(given, SECRET_ERROR, SECRET_ERROR_NO_SUCH_OBJECT)) return errSecItemNotFound;
-    if (given->domain == SECRET_ERROR) return errSecIO;
-    return errSecNotAvailable;
+    Owned<gchar> remote(g_dbus_error_get_remote_error(given));
+    std::string_view name = remote ? remote.get() : "";
+    constexpr std::string_view own = "org.freedesktop.Secret.Error.";
+    if (!name.starts_with(own)) return errSecNotAvailable;
+    name.remove_prefix(own.size());
+    if (name == "IsLocked") return errSecInteractionNotAllowed;
+    if (name == "NoSuchObject") return errSecItemNotFound;
+    // The session of a service that has been started anew since.
+    return name == "NoSession" ? errSecNotAvailable : errSecIO;
 }
 
-Owned<GHashTable> attributesOf(const KeychainQuery& query) {
-    Owned<GHashTable> table(g_hash_table_new_full(g_str_hash, g_str_equal, nullptr, g_free));
-    auto insert = [&](const char* name, const std::optional<std::string>& value) {
-        if (value) g_hash_table_insert(table.get(), const_cast<char*>(name), g_strdup(value->c_str()));
-    };
-    insert("service", query.service);
-    insert("access-group", query.accessGroup);
-    insert("account", query.account);
-    return table;
-}
-
-void setProperty(GHashTable* properties, const char* name, GVariant* value) {
-    g_hash_table_insert(properties, const_cast<char*>(name), g_variant_ref_sink(value));
-}
-
-Owned<GHashTable> properties() {
-    auto release = [](gpointer variant) { g_variant_unref(static_cast<GVariant*>(variant)); };
-    return Owned<GHashTable>(g_hash_table_new_full(g_str_hash, g_str_equal, nullptr, release));
-}
-
-Owned<GHashTable> propertiesOf(const KeychainItem& item) {
-    auto table = properties();
+GVariant* attributesOf(const KeychainQuery& query) {
     GVariantBuilder attributes;
     g_variant_builder_init(&attributes, G_VARIANT_TYPE("a{ss}"));
-    g_variant_builder_add(&attributes, "{ss}", "service", item.service.c_str());
-    g_variant_builder_add(&attributes, "{ss}", "access-group", item.accessGroup.c_str());
-    g_variant_builder_add(&attributes, "{ss}", "account", item.account.c_str());
-    setProperty(table.get(), "org.freedesktop.Secret.Item.Label", g_variant_new_string(item.label.c_str()));
-    setProperty(table.get(), "org.freedesktop.Secret.Item.Attributes", g_variant_builder_end(&attributes));
-    return table;
+    auto add = [&](const char* name, const std::optional<std::string>& value) {
+        if (value) g_variant_builder_add(&attributes, "{ss}", name, value->c_str());
+    };
+    add("service", query.service);
+    add("access-group", query.accessGroup);
+    add("account", query.account);
+    return g_variant_builder_end(&attributes);
+}
+
+GVariant* propertiesOf(const KeychainItem& item) {
+    GVariantBuilder properties;
+    g_variant_builder_init(&properties, G_VARIANT_TYPE("a{sv}"));
+    g_variant_builder_add(&properties, "{sv}", "org.freedesktop.Secret.Item.Label",
+                          g_variant_new_string(item.label.c_str()));
+    g_variant_builder_add(&properties, "{sv}", "org.freedesktop.Secret.Item.Attributes",
+                          attributesOf({item.service, item.accessGroup, item.account}));
+    return g_variant_builder_end(&properties);
 }
 
 }  // namespace
@@ -107,8 +124,18 @@ public:
     OSStatus remove(const std::string& item);
 
 private:
-    BoundedCalls::Answer await(const BoundedCalls::Start& start) { return calls_.await(start, deadline_); }
-    BoundedCalls::Answer awaitUser(const BoundedCalls::Start& start);
+    struct Reply {
+        OSStatus status = errSecSuccess;
+        Value value;
+    };
+    // Asks the object at the path, whose reply must be of the type.
+    Reply call(const std::string& path, const char* interface, const char* method, GVariant* arguments,
+               const char* type);
+    Reply ask(const char* method, GVariant* arguments, const char* type) {
+        return call(service, "org.freedesktop.Secret.Service", method, arguments, type);
+    }
+    // What comes of the question to the user at the path; nothing where the answer is no, or none.
+    Value askUser(const std::string& prompt);
     OSStatus connect();
     void disconnect();
     struct DefaultCollection {
@@ -125,7 +152,10 @@ private:
     const SecretServiceBounds bounds_;
     std::mutex mutex_;
     BoundedCalls calls_;
-    OwnedSecret<SecretService> service_;
+    Owned<GDBusConnection> bus_;
+    // Of the connection.
+    std::unique_ptr<SecretSession> session_;
+    std::string sessionPath_;
     Clock::time_point deadline_;
     Clock::time_point retreatUntil_;
     OSStatus retreatStatus_ = errSecSuccess;
@@ -186,6 +216,10 @@ OSStatus KeychainSecretService::SecItemDelete(const SecAttributes& attributes) {
     });
 }
 
+void KeychainSecretService::prepare() {
+    connection_->use([] { return errSecSuccess; });
+}
+
 void KeychainSecretService::interrupt() {
     connection_->interrupt();
 }
@@ -196,7 +230,7 @@ OSStatus KeychainSecretService::Connection::use(const std::function<OSStatus()>&
     if (Clock::now() < retreatUntil_) return retreatStatus_;
     deadline_ = Clock::now() + bounds_.call;
     BoundedCalls::Turn turn(calls_);
-    bool isReused = service_ != nullptr;
+    bool isReused = session_ != nullptr;
     OSStatus status = connect();
     if (status == errSecSuccess) status = work();
     if (status == errSecNotAvailable && isReused && Clock::now() < deadline_) {
@@ -217,17 +251,9 @@ OSStatus KeychainSecretService::Connection::use(const std::function<OSStatus()>&
 }
 
 KeychainSecretService::Connection::Items KeychainSecretService::Connection::search(const KeychainQuery& query) {
-    auto attributes = attributesOf(query);
-    auto answer = await([&](auto... rest) {
-        secret_service_search_for_dbus_paths(service_.get(), nullptr, attributes.get(), rest...);
-    });
-    if (!answer) return {errSecNotAvailable, {}, {}};
-    gchar** unlocked = nullptr;
-    gchar** locked = nullptr;
-    GError* error = nullptr;
-    if (!secret_service_search_for_dbus_paths_finish(service_.get(), answer.get(), &unlocked, &locked, &error))
-        return {statusOf(error), {}, {}};
-    return {errSecSuccess, take(unlocked), take(locked)};
+    auto [status, found] = ask("SearchItems", g_variant_new("(@a{ss})", attributesOf(query)), "(aoao)");
+    if (!found) return {status, {}, {}};
+    return {status, pathsOf(child(found, 0).get()), pathsOf(child(found, 1).get())};
 }
 
 KeychainSecretService::Connection::Items KeychainSecretService::Connection::find(const KeychainQuery& query,
@@ -254,16 +280,15 @@ KeychainSecretService::Connection::Items KeychainSecretService::Connection::find
 }
 
 SecItemCopyResult KeychainSecretService::Connection::secret(const std::string& item) {
-    auto answer =
-        await([&](auto... rest) { secret_service_get_secret_for_dbus_path(service_.get(), item.c_str(), rest...); });
-    if (!answer) return {errSecNotAvailable, std::nullopt};
-    GError* error = nullptr;
-    OwnedSecret<SecretValue> value(
-        secret_service_get_secret_for_dbus_path_finish(service_.get(), answer.get(), &error));
-    if (!value) return {error ? statusOf(error) : errSecItemNotFound, std::nullopt};
-    gsize length = 0;
-    const gchar* bytes = secret_value_get(value.get(), &length);
-    return {errSecSuccess, CFData{std::string(bytes, length)}};
+    auto [status, reply] =
+        ask("GetSecrets", g_variant_new("(@aoo)", variantOf(Paths{item}), sessionPath_.c_str()), "(a{o(oayays)})");
+    if (!reply) return {status, std::nullopt};
+    Value secrets = child(reply, 0);
+    if (g_variant_n_children(secrets.get()) == 0) return {errSecItemNotFound, std::nullopt};
+    Value secret = child(child(secrets, 0), 1);
+    auto data = session_->open({bytesOf(child(secret, 1)), bytesOf(child(secret, 2))});
+    if (!data) return {errSecIO, std::nullopt};
+    return {errSecSuccess, CFData{std::move(*data)}};
 }
 
 OSStatus KeychainSecretService::Connection::create(const KeychainItem& item, Same meaning, std::string* added) {
@@ -278,116 +303,138 @@ OSStatus KeychainSecretService::Connection::create(const KeychainItem& item, Sam
         if (!same.unlocked.empty() || !same.locked.empty()) return errSecDuplicateItem;
     }
 
-    auto described = propertiesOf(item);
     bool isText = isUtf8(item.data) && item.data.find('\0') == item.data.npos;
-    OwnedSecret<SecretValue> value(secret_value_new(item.data.data(), static_cast<gssize>(item.data.size()),
-                                                    isText ? "text/plain" : "application/octet-stream"));
-    auto answer = await([&](auto... rest) {
-        secret_service_create_item_dbus_path(
-            service_.get(), collection->c_str(), described.get(), value.get(),
-            meaning == Same::replaced ? SECRET_ITEM_CREATE_REPLACE : SECRET_ITEM_CREATE_NONE, rest...);
-    });
-    if (!answer) return errSecNotAvailable;
-    GError* error = nullptr;
-    Owned<gchar> path(secret_service_create_item_dbus_path_finish(service_.get(), answer.get(), &error));
-    if (path && added) *added = path.get();
-    return path ? errSecSuccess : statusOf(error);
+    auto sealed = session_->seal(item.data);
+    GVariant* secret = g_variant_new("(o@ay@ays)", sessionPath_.c_str(), variantOf(sealed.parameters),
+                                     variantOf(sealed.value), isText ? "text/plain" : "application/octet-stream");
+    auto [status, reply] = call(*collection, "org.freedesktop.Secret.Collection", "CreateItem",
+                                g_variant_new("(@a{sv}@(oayays)b)", propertiesOf(item), secret,
+                                              static_cast<gboolean>(meaning == Same::replaced)),
+                                "(oo)");
+    if (!reply) return status;
+    std::string path = textOf(reply, 0);
+    if (path == noObject) {
+        Value made = askUser(textOf(reply, 1));
+        if (!made || !g_variant_is_of_type(made.get(), G_VARIANT_TYPE_OBJECT_PATH)) return errSecInteractionNotAllowed;
+        path = g_variant_get_string(made.get(), nullptr);
+    }
+    if (added) *added = path;
+    return errSecSuccess;
 }
 
 OSStatus KeychainSecretService::Connection::remove(const std::string& item) {
-    auto answer =
-        await([&](auto... rest) { secret_service_delete_item_dbus_path(service_.get(), item.c_str(), rest...); });
-    if (!answer) return errSecNotAvailable;
+    auto [status, reply] = call(item, "org.freedesktop.Secret.Item", "Delete", nullptr, "(o)");
+    if (!reply) return status;
+    std::string prompt = textOf(reply, 0);
+    return prompt == noObject || askUser(prompt) ? errSecSuccess : errSecInteractionNotAllowed;
+}
+
+KeychainSecretService::Connection::Reply KeychainSecretService::Connection::call(
+    const std::string& path, const char* interface, const char* method, GVariant* arguments, const char* type) {
+    auto answer = calls_.await(
+        [&](auto... rest) {
+            g_dbus_connection_call(bus_.get(), "org.freedesktop.secrets", path.c_str(), interface, method, arguments,
+                                   G_VARIANT_TYPE(type), G_DBUS_CALL_FLAGS_NONE, G_MAXINT, rest...);
+        },
+        deadline_);
+    if (!answer) return {errSecNotAvailable, nullptr};
     GError* error = nullptr;
-    if (secret_service_delete_item_dbus_path_finish(service_.get(), answer.get(), &error)) return errSecSuccess;
-    return statusOf(error);
+    Value value(g_dbus_connection_call_finish(bus_.get(), answer.get(), &error));
+    return {value ? errSecSuccess : statusOf(error), std::move(value)};
 }
 
 // What waits for the user is left on the screen; afterwards the time for the call begins anew.
-BoundedCalls::Answer KeychainSecretService::Connection::awaitUser(const BoundedCalls::Start& start) {
-    auto answer = calls_.awaitOrLeave(start, Clock::now() + bounds_.unlock);
+Value KeychainSecretService::Connection::askUser(const std::string& prompt) {
+    constexpr const char* interface = "org.freedesktop.Secret.Prompt";
+    Value completed;
+    auto take = [](GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar*, GVariant* arguments,
+                   gpointer taken) {
+        if (g_variant_is_of_type(arguments, G_VARIANT_TYPE("(bv)")))
+            static_cast<Value*>(taken)->reset(g_variant_ref(arguments));
+    };
+    guint subscription = g_dbus_connection_signal_subscribe(bus_.get(), "org.freedesktop.secrets", interface,
+                                                            "Completed", prompt.c_str(), nullptr,
+                                                            G_DBUS_SIGNAL_FLAGS_NONE, take, &completed, nullptr);
+    if (call(prompt, interface, "Prompt", g_variant_new("(s)", ""), "()").value)
+        calls_.awaitUntil([&] { return completed != nullptr; }, Clock::now() + bounds_.unlock);
+    g_dbus_connection_signal_unsubscribe(bus_.get(), subscription);
     deadline_ = Clock::now() + bounds_.call;
-    return answer;
+    if (!completed || g_variant_get_boolean(child(completed, 0).get())) return nullptr;
+    return Value(g_variant_get_variant(child(completed, 1).get()));
 }
 
 OSStatus KeychainSecretService::Connection::connect() {
-    if (service_) return errSecSuccess;
-    auto answer = await(
-        [](auto... rest) { secret_service_open(SECRET_TYPE_SERVICE, nullptr, SECRET_SERVICE_OPEN_SESSION, rest...); });
+    if (session_) return errSecSuccess;
+    Owned<gchar> address(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
+    if (!address) return errSecNotAvailable;
+    constexpr auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                                             G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
+    auto answer = calls_.await(
+        [&](auto... rest) { g_dbus_connection_new_for_address(address.get(), flags, nullptr, rest...); }, deadline_);
     if (!answer) return errSecNotAvailable;
-    GError* error = nullptr;
-    service_.reset(secret_service_open_finish(answer.get(), &error));
-    if (!service_) {
-        g_clear_error(&error);
+    bus_.reset(g_dbus_connection_new_for_address_finish(answer.get(), nullptr));
+    if (!bus_) return errSecNotAvailable;
+    auto session = std::make_unique<SecretSession>();
+    auto opened =
+        ask("OpenSession", g_variant_new("(sv)", SecretSession::algorithm, variantOf(session->publicKey())), "(vo)");
+    if (!opened.value) return errSecNotAvailable;
+    Value key(g_variant_get_variant(child(opened.value, 0).get()));
+    if (!g_variant_is_of_type(key.get(), G_VARIANT_TYPE_BYTESTRING) || !session->agree(bytesOf(key)))
         return errSecNotAvailable;
-    }
-    // The library's connection would otherwise end the process when the bus goes away.
-    g_dbus_connection_set_exit_on_close(g_dbus_proxy_get_connection(G_DBUS_PROXY(service_.get())), FALSE);
+    sessionPath_ = textOf(opened.value, 1);
+    session_ = std::move(session);
     return errSecSuccess;
 }
 
 void KeychainSecretService::Connection::disconnect() {
-    service_.reset();
+    session_.reset();
+    bus_.reset();
     calls_.drain();
 }
 
 KeychainSecretService::Connection::DefaultCollection KeychainSecretService::Connection::defaultCollection() {
-    auto answer = await(
-        [&](auto... rest) { secret_service_read_alias_dbus_path(service_.get(), SECRET_COLLECTION_DEFAULT, rest...); });
-    if (!answer) return {errSecNotAvailable};
-    GError* error = nullptr;
-    Owned<gchar> path(secret_service_read_alias_dbus_path_finish(service_.get(), answer.get(), &error));
-    if (error) return {statusOf(error)};
-    if (!path) return {};
-    auto locked = isLocked(path.get());
+    auto [status, reply] = ask("ReadAlias", g_variant_new("(s)", "default"), "(o)");
+    if (!reply) return {status};
+    std::string path = textOf(reply, 0);
+    if (path == noObject) return {};
+    auto locked = isLocked(path);
     if (!locked) return {errSecNotAvailable};
-    return {errSecSuccess, path.get(), *locked};
+    return {errSecSuccess, path, *locked};
 }
 
 std::optional<std::string> KeychainSecretService::Connection::createDefaultCollection() {
     if (std::exchange(asked_, true)) return std::nullopt;
-    auto label = properties();
-    setProperty(label.get(), "org.freedesktop.Secret.Collection.Label", g_variant_new_string("Default keyring"));
-    auto answer = awaitUser([&](auto... rest) {
-        secret_service_create_collection_dbus_path(service_.get(), label.get(), SECRET_COLLECTION_DEFAULT,
-                                                   SECRET_COLLECTION_CREATE_NONE, rest...);
-    });
-    if (!answer) return std::nullopt;
-    GError* error = nullptr;
-    Owned<gchar> path(secret_service_create_collection_dbus_path_finish(service_.get(), answer.get(), &error));
-    g_clear_error(&error);
-    return path ? std::optional<std::string>(path.get()) : std::nullopt;
+    GVariantBuilder properties;
+    g_variant_builder_init(&properties, G_VARIANT_TYPE("a{sv}"));
+    g_variant_builder_add(&properties, "{sv}", "org.freedesktop.Secret.Collection.Label",
+                          g_variant_new_string("Default keyring"));
+    auto reply =
+        ask("CreateCollection", g_variant_new("(@a{sv}s)", g_variant_builder_end(&properties), "default"), "(oo)")
+            .value;
+    if (!reply) return std::nullopt;
+    std::string path = textOf(reply, 0);
+    if (path != noObject) return path;
+    Value made = askUser(textOf(reply, 1));
+    if (!made || !g_variant_is_of_type(made.get(), G_VARIANT_TYPE_OBJECT_PATH)) return std::nullopt;
+    return g_variant_get_string(made.get(), nullptr);
 }
 
 std::optional<bool> KeychainSecretService::Connection::isLocked(const std::string& collection) {
-    auto* proxy = G_DBUS_PROXY(service_.get());
-    auto* bus = g_dbus_proxy_get_connection(proxy);
-    auto answer = await([&](auto... rest) {
-        g_dbus_connection_call(bus, g_dbus_proxy_get_name(proxy), collection.c_str(), "org.freedesktop.DBus.Properties",
-                               "Get", g_variant_new("(ss)", "org.freedesktop.Secret.Collection", "Locked"),
-                               G_VARIANT_TYPE("(v)"), G_DBUS_CALL_FLAGS_NONE, -1, rest...);
-    });
-    if (!answer) return std::nullopt;
-    Owned<GVariant> reply(g_dbus_connection_call_finish(bus, answer.get(), nullptr));
+    auto reply = call(collection, "org.freedesktop.DBus.Properties", "Get",
+                      g_variant_new("(ss)", "org.freedesktop.Secret.Collection", "Locked"), "(v)")
+                     .value;
     if (!reply) return std::nullopt;
-    GVariant* boxed = nullptr;
-    g_variant_get(reply.get(), "(v)", &boxed);
-    Owned<GVariant> locked(boxed);
-    return g_variant_is_of_type(boxed, G_VARIANT_TYPE_BOOLEAN) && g_variant_get_boolean(boxed);
+    Value locked(g_variant_get_variant(child(reply, 0).get()));
+    return g_variant_is_of_type(locked.get(), G_VARIANT_TYPE_BOOLEAN) && g_variant_get_boolean(locked.get());
 }
 
 bool KeychainSecretService::Connection::unlock(const Paths& objects) {
     if (std::exchange(asked_, true)) return false;
-    std::vector<const gchar*> paths;
-    for (const std::string& object : objects) paths.push_back(object.c_str());
-    paths.push_back(nullptr);
-    auto answer =
-        awaitUser([&](auto... rest) { secret_service_unlock_dbus_paths(service_.get(), paths.data(), rest...); });
-    if (!answer) return false;
-    gchar** unlocked = nullptr;
-    int count = secret_service_unlock_dbus_paths_finish(service_.get(), answer.get(), &unlocked, nullptr);
-    g_strfreev(unlocked);
-    return count > 0;
+    auto reply = ask("Unlock", g_variant_new("(@ao)", variantOf(objects)), "(aoo)").value;
+    if (!reply) return false;
+    if (g_variant_n_children(child(reply, 0).get()) > 0) return true;
+    std::string prompt = textOf(reply, 1);
+    return prompt != noObject && askUser(prompt);
 }
 
 }  // namespace tobrel

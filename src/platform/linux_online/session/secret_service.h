@@ -20,6 +20,7 @@ public:
     OSStatus SecItemDelete(const SecAttributes& query) override;
     OSStatus replace(const SecAttributes& query, const SecAttributes& item) override;
 
+    void prepare() override;
     // What it ends is errSecIO.
     void interrupt() override;
 
