@@ -73,14 +73,14 @@ Identified identify(RegistryAccess& access, const std::string& path) {
 class SqliteFileProviderManager : public NSFileProviderManager {
 public:
     SqliteFileProviderManager(std::shared_ptr<RegistryWorkers> workers, std::string domain)
-        : workers_(std::move(workers)), domain_(std::move(domain)) {}
+        : workers_(std::move(workers)), domain_(std::make_shared<const std::string>(std::move(domain))) {}
 
     void getUserVisibleURLForItemIdentifier(
         const NSFileProviderItemIdentifier& item,
         std::function<void(std::optional<NSURL>, std::optional<NSError>)> completion) override {
         workers_->post(RegistryWorkers::Kind::lookUp,
                        [domain = domain_, item, completion = std::move(completion)](RegistryAccess& access) {
-                           Located located = locate(access, domain, item);
+                           Located located = locate(access, *domain, item);
                            completion(std::move(located.url), std::move(located.error));
                        });
     }
@@ -93,14 +93,15 @@ public:
                                completion(noSuchItem("The container " + inQuotes(container) + " takes no signals."));
                                return;
                            }
-                           auto counted = access.registryForChange().countSignal(domain);
+                           auto counted = access.registryForChange().countSignal(*domain);
                            completion(counted ? std::nullopt : std::optional(errorOf(counted.failure())));
                        });
     }
 
 private:
     const std::shared_ptr<RegistryWorkers> workers_;
-    const std::string domain_;
+    // Each look-up shares it.
+    const std::shared_ptr<const std::string> domain_;
 };
 
 }  // namespace
@@ -149,8 +150,9 @@ void SqliteFileProvider::getIdentifierForUserVisibleFileAtURL(
         });
 }
 
-bool SqliteFileProvider::startAccessingSecurityScopedResource(const NSURL& url) {
-    return isThere(url.path);
+// A process has its user's rights already, and whoever asks has just been told that the file is there.
+bool SqliteFileProvider::startAccessingSecurityScopedResource(const NSURL&) {
+    return true;
 }
 
 void SqliteFileProvider::stopAccessingSecurityScopedResource(const NSURL&) {}

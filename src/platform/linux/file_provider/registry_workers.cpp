@@ -1,5 +1,6 @@
 #include "platform/linux/file_provider/registry_workers.h"
 
+#include <algorithm>
 #include <system_error>
 #include <utility>
 
@@ -8,6 +9,7 @@ namespace tobrel {
 namespace {
 
 constexpr std::size_t mostThreads = 4;
+constexpr std::size_t mostInATurn = 16;
 
 struct ThisThread {
     const RegistryWorkers* workers = nullptr;
@@ -118,18 +120,33 @@ void RegistryWorkers::work() {
     thisThread = {};
 }
 
+// Of many look-ups some together, since one takes little longer than the lock; but so few that every thread has some.
+std::vector<RegistryWorkers::Entry> RegistryWorkers::takeTurn() {
+    const auto most = static_cast<std::ptrdiff_t>(std::clamp<std::size_t>(queue_.size() / mostThreads, 1, mostInATurn));
+    auto end =
+        std::find_if(queue_.begin(), queue_.begin() + most, [](const Entry& e) { return e.kind != Kind::lookUp; });
+    if (end == queue_.begin()) ++end;
+    std::vector<Entry> turn(std::make_move_iterator(queue_.begin()), std::make_move_iterator(end));
+    queue_.erase(queue_.begin(), end);
+    return turn;
+}
+
 void RegistryWorkers::runJobs(std::unique_lock<std::mutex>& lock, RegistryAccess& access) {
     while (!queue_.empty() && !stopped_) {
-        Entry entry = std::move(queue_.front());
-        queue_.pop_front();
-        std::uint64_t postedSoFar = posted_;
+        std::vector<Entry> turn = takeTurn();
+        const Kind kind = turn.front().kind;
+        const std::uint64_t postedSoFar = posted_;
         lock.unlock();
-        access.beginJob(entry.number, postedSoFar);
-        entry.job(access);
-        // What the job held may end here, and with it the last use of these workers.
-        entry.job = nullptr;
+        for (Entry& entry : turn) {
+            if (stopped_) break;
+            access.beginJob(entry.number, postedSoFar);
+            entry.job(access);
+            // What the job held may end here, and with it the last use of these workers.
+            entry.job = nullptr;
+        }
+        turn.clear();
         lock.lock();
-        if (entry.kind != Kind::lookUp && --owed_ == 0) settled_.notify_all();
+        if (kind != Kind::lookUp && --owed_ == 0) settled_.notify_all();
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -66,10 +67,13 @@ private:
     bool startThread();
     void work();
     std::unique_ptr<FileProviderRegistry> takeRegistry();
+    std::vector<Entry> takeTurn();
     void runJobs(std::unique_lock<std::mutex>& lock, RegistryAccess& access);
 
     const std::string dataFolder_;
     std::mutex mutex_;
+    // Changed under the lock.
+    std::atomic<bool> stopped_ = false;
     // All below are guarded by it.
     std::condition_variable wakeUp_;
     std::condition_variable settled_;
@@ -80,7 +84,6 @@ private:
     // Domain lists and signals: what the process must not end before.
     std::size_t owed_ = 0;
     std::uint64_t posted_ = 0;
-    bool stopped_ = false;
 };
 
 }  // namespace tobrel

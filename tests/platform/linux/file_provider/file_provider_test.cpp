@@ -85,9 +85,6 @@ TEST_F(SqliteFileProviderTest, tells_what_is_registered) {
     EXPECT_EQ(std::get<0>(identifier(root_)), "root");
     for (const auto& unknown : {root_ + "/b.txt", base_ + "/Tobrel2", std::string("a.txt")})
         EXPECT_TRUE(std::get<2>(identifier(unknown))) << unknown;
-
-    EXPECT_TRUE(provider_->startAccessingSecurityScopedResource({root_ + "/a.txt"}));
-    EXPECT_FALSE(provider_->startAccessingSecurityScopedResource({root_ + "/gone.txt"}));
 }
 
 TEST_F(SqliteFileProviderTest, counts_signals_of_the_working_set_alone) {
