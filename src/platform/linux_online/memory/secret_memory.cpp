@@ -44,6 +44,11 @@ void* operator new(std::size_t size) {
     }
 }
 
+// Left to the library, a sanitizer would put its own in the place of this one alone.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return std::malloc(size ? size : 1);
+}
+
 void operator delete(void* memory) noexcept {
     tobrel::wipingFree(memory);
 }
